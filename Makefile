@@ -1,0 +1,47 @@
+# The two commands a newcomer needs: `make demo` and `make test`.
+DEBUG_DIR   := build/debug
+RELEASE_DIR := build/release
+FUZZ_DIR    := build/fuzz
+FUZZ_SECONDS ?= 60
+JOBS ?= 2
+
+.PHONY: all deps debug release test demo bench fuzz format clean
+
+all: debug
+
+deps:
+	@scripts/install-deps
+
+$(DEBUG_DIR)/build.ninja:
+	cmake -S . -B $(DEBUG_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTESS_SANITIZE=ON
+
+$(RELEASE_DIR)/build.ninja:
+	cmake -S . -B $(RELEASE_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DTESS_BENCH=ON -DTESS_TESTS=OFF
+
+$(FUZZ_DIR)/build.ninja:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTESS_FUZZ=ON
+
+debug: deps $(DEBUG_DIR)/build.ninja
+	cmake --build $(DEBUG_DIR) -j $(JOBS)
+
+release: deps $(RELEASE_DIR)/build.ninja
+	cmake --build $(RELEASE_DIR) -j $(JOBS)
+
+test: debug
+	ctest --test-dir $(DEBUG_DIR) --output-on-failure -j $(JOBS)
+
+demo: release
+	@scripts/run-demo $(RELEASE_DIR)/src/app/tessarolle
+
+bench: release
+	@scripts/run-bench $(RELEASE_DIR)
+
+fuzz: deps $(FUZZ_DIR)/build.ninja
+	cmake --build $(FUZZ_DIR) -j $(JOBS)
+	@scripts/run-fuzz $(FUZZ_DIR) $(FUZZ_SECONDS)
+
+format:
+	git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	rm -rf build

@@ -1,0 +1,92 @@
+#pragma once
+
+// The one object that holds the program's global state: the running, starting and
+// shutdown-requested flags, the application settings, the open portfolio, the event loop and
+// its update timer. Library code gets it (or what it needs of it) by reference.
+
+#include "app/app_setup.h"
+#include "app/instance_lock.h"
+#include "settings/ini.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace asio {
+class io_context;
+}
+
+namespace tess {
+
+class Portfolio;
+class UserInterface;
+
+class Application {
+public:
+    // The update timer's period: fast enough for outputs at 1/30 s, cheap when idle.
+    static constexpr std::chrono::milliseconds kUpdateInterval{10};
+    static constexpr int kCanvasSlots = 20;
+
+    Application(UserInterface& ui, std::string directory);
+    ~Application();
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    UserInterface& UI() { return ui_; }
+    asio::io_context& Loop();
+    const std::string& Directory() const { return directory_; }
+    std::string PathInDirectory(const std::string& name) const;
+
+    bool Running() const { return running_; }
+    void SetRunning(bool value) { running_ = value; }
+    bool Starting() const { return starting_; }
+    void SetStarting(bool value) { starting_ = value; }
+    bool ShutdownRequested() const { return shutdown_requested_; }
+    void SetShutdownRequested(bool value) { shutdown_requested_ = value; }
+    bool ShuttingDown() const { return shutting_down_; }
+    void SetShuttingDown(bool value) { shutting_down_ = value; }
+
+    INI& Settings() { return settings_; }
+    AppSettings& Setup() { return setup_; }
+    MainWindowPlan& MainWindow() { return main_window_; }
+    InstanceLock& Lock() { return lock_; }
+    int AllowedCanvases() const { return kCanvasSlots; }
+
+    Portfolio* CurrentPortfolio() { return portfolio_.get(); }
+    void SetCurrentPortfolio(std::unique_ptr<Portfolio> portfolio);
+    std::unique_ptr<Portfolio> ReleasePortfolio();
+
+    // The update timer tmrUpdateCanvas: one tick every kUpdateInterval on the event loop.
+    void StartUpdateTimer();
+    void StopUpdateTimer();
+    std::uint64_t TickCount() const { return ticks_; }
+
+    // Stops the event loop; Run returns.
+    void Stop();
+    int ExitCode() const { return exit_code_; }
+    void SetExitCode(int code) { exit_code_ = code; }
+
+private:
+    struct LoopState;
+    void ScheduleTick();
+    void tmrUpdateCanvas_Timer();
+
+    UserInterface& ui_;
+    std::string directory_;
+    std::unique_ptr<LoopState> loop_;
+    bool running_ = false;
+    bool starting_ = false;
+    bool shutdown_requested_ = false;
+    bool shutting_down_ = false;
+    INI settings_;
+    AppSettings setup_;
+    MainWindowPlan main_window_;
+    InstanceLock lock_;
+    std::unique_ptr<Portfolio> portfolio_;
+    std::uint64_t ticks_ = 0;
+    int exit_code_ = 0;
+};
+
+} // namespace tess

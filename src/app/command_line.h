@@ -1,0 +1,17 @@
+#pragma once
+
+namespace tess {
+
+// The program's command line; returns the process exit status.
+int RunCommandLine(int argc, char** argv);
+
+struct RunOptions {
+    double for_seconds = 0; // 0: until SIGINT or SIGTERM
+    bool save_on_quit = false;
+    bool headless = false;
+};
+
+// Starts the program in the current folder and runs its event loop until it quits.
+int RunProgram(const RunOptions& options);
+
+} // namespace tess

@@ -1,0 +1,25 @@
+#pragma once
+
+// The error report: a failure that escapes to the event loop is shown as the "Error Debug
+// Report" block on stderr, in the log and through the user interface, and the program then
+// ends at once, without shutdown and without saving, so nothing half-done is written.
+
+#include "base/error.h"
+
+#include <string>
+#include <string_view>
+
+namespace tess {
+
+class Application;
+class UserInterface;
+
+inline constexpr int kExitErrorReport = 70;
+
+std::string ErrorReportText(const ErrorSite& site, int number, std::string_view description);
+[[noreturn]] void ReportError(UserInterface& ui, const TessError& error);
+
+// Runs the event loop until it is stopped; every failure ends in the error report.
+void RunEventLoop(Application& app);
+
+} // namespace tess

@@ -1,0 +1,33 @@
+#include "app/user_interface.h"
+
+namespace tess {
+
+std::string NextStatusText(std::string_view text) {
+    if (text.ends_with("...")) return std::string(text.substr(0, text.size() - 3));
+    return std::string(text) + ".";
+}
+
+void UserInterface::ShowErrorReport(std::string_view report) {
+    ShowMessage(report, "Error Debug Report");
+}
+
+void UserInterface::ShowStatus(std::string_view message) {
+    status_text_ = message;
+    status_visible_ = true;
+    DrawStatus(status_text_, StatusChange::Shown);
+}
+
+void UserInterface::UpdateStatus(int& counter) {
+    if (++counter < 100) return;
+    counter = 0;
+    status_text_ = NextStatusText(status_text_);
+    if (status_visible_) DrawStatus(status_text_, StatusChange::Updated);
+}
+
+void UserInterface::HideStatus() {
+    if (!status_visible_) return;
+    status_visible_ = false;
+    DrawStatus(status_text_, StatusChange::Hidden);
+}
+
+} // namespace tess

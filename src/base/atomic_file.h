@@ -1,0 +1,21 @@
+#pragma once
+
+// Whole-file reads and writes. A write goes to a temporary file beside the target, is
+// flushed to disk and then renamed over it, so a reader (or a crash) sees the old file or
+// the new one, never a part of either.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tess {
+
+// Returns true on success; on failure `error` says which file and why.
+bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::string* error = nullptr);
+
+enum class ReadStatus { Ok, Missing, Unreadable, TooLarge };
+
+ReadStatus ReadWholeFile(const std::string& path, std::string& out, std::size_t max_bytes,
+                         std::string* error = nullptr);
+
+} // namespace tess

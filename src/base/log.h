@@ -1,0 +1,42 @@
+#pragma once
+
+// The program's log: one line per event, to stderr and, once a file is set, to a log file
+// that is rotated when it grows, so a machine that runs for years never fills its disk.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <fmt/format.h>
+
+namespace tess {
+
+enum class LogLevel { Debug, Info, Warning, Error };
+enum class LogTarget { Both, FileOnly };
+
+void LogToFile(const std::string& path, std::size_t max_bytes = 4u << 20);
+void LogSetStderrLevel(LogLevel level); // messages below it stay off the terminal
+void LogWrite(LogLevel level, std::string_view text, LogTarget target = LogTarget::Both);
+
+template <typename... Args>
+void LogDebug(fmt::format_string<Args...> f, Args&&... args) {
+    LogWrite(LogLevel::Debug, fmt::format(f, std::forward<Args>(args)...));
+}
+template <typename... Args>
+void LogInfo(fmt::format_string<Args...> f, Args&&... args) {
+    LogWrite(LogLevel::Info, fmt::format(f, std::forward<Args>(args)...));
+}
+template <typename... Args>
+void LogWarning(fmt::format_string<Args...> f, Args&&... args) {
+    LogWrite(LogLevel::Warning, fmt::format(f, std::forward<Args>(args)...));
+}
+template <typename... Args>
+void LogError(fmt::format_string<Args...> f, Args&&... args) {
+    LogWrite(LogLevel::Error, fmt::format(f, std::forward<Args>(args)...));
+}
+
+// Local wall-clock time as "YYYY-MM-DD HH:MM:SS", for log lines and error files.
+std::string WallClockText();
+
+} // namespace tess

@@ -1,0 +1,58 @@
+#pragma once
+
+// One settings file in memory, read and changed the way private-profile files are: sections
+// and keys compare without case, the first section and the first key of a name win, values
+// are trimmed and lose one pair of surrounding quotes, and a missing key or section is
+// appended. Every line that is not changed is kept byte for byte, line endings included, so
+// parsing and serialising an untouched file gives the same bytes.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace tess {
+
+class IniDocument {
+public:
+    static constexpr std::size_t kMaxValueLength = 254;
+
+    void Parse(std::string_view text);
+    void Clear();
+    std::string Serialize() const;
+
+    std::optional<std::string_view> Find(std::string_view section, std::string_view key) const;
+    // Writes "key=value"; returns true when the text changed. Names and values that could
+    // not be read back as written (a key starting with "[" or holding "=", a section holding
+    // "]", a line break anywhere) are refused and change nothing.
+    bool Set(std::string_view section, std::string_view key, std::string_view value);
+
+private:
+    enum class Eol : std::uint8_t { None, Lf, CrLf };
+
+    struct Line {
+        std::string text;
+        Eol eol = Eol::None;
+        std::uint32_t key_length = 0; // length of the text before '=' when it is a key line
+        bool is_key = false;
+    };
+
+    struct Section {
+        Line header; // empty text and no eol for the part before the first header
+        std::vector<Line> lines;
+        std::unordered_map<std::string, std::size_t> keys; // lower-case name -> first line
+    };
+
+    static Line MakeLine(std::string_view text, Eol eol);
+    static void IndexKey(Section& section, std::size_t index);
+    Section& AddSection(std::string_view name);
+    void EndLastLine();
+
+    std::vector<Section> sections_;                      // [0]: lines before any header
+    std::unordered_map<std::string, std::size_t> index_; // lower-case name -> first section
+    Eol default_eol_ = Eol::CrLf;
+};
+
+} // namespace tess

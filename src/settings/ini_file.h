@@ -1,0 +1,55 @@
+#pragma once
+
+// The one parsed copy of a settings file that every INI bound to its path shares. Outside a
+// batch, each read checks whether the file changed on disk (another program, a user's
+// editor) and each write replaces the file atomically at once. Inside a batch the copy is
+// read once at the start and written once at the end.
+
+#include "settings/ini_document.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+namespace tess {
+
+class IniFile {
+public:
+    explicit IniFile(std::string path);
+
+    const std::string& Path() const { return path_; }
+    std::optional<std::string> Read(std::string_view section, std::string_view key);
+    bool Write(std::string_view section, std::string_view key, std::string_view value);
+
+    void BeginBatch();
+    bool EndBatch();
+
+    // The shared copy for a path, created on first use.
+    static std::shared_ptr<IniFile> Open(const std::string& path);
+
+private:
+    struct DiskStamp {
+        bool exists = false;
+        dev_t device = 0;
+        ino_t inode = 0;
+        off_t size = 0;
+        long long mtime_ns = 0;
+        bool operator==(const DiskStamp&) const = default;
+    };
+
+    static DiskStamp StampOf(const std::string& path);
+    void Refresh();
+    bool Flush();
+
+    std::string path_;
+    IniDocument doc_;
+    DiskStamp stamp_;
+    bool loaded_ = false;
+    bool unreadable_ = false; // the file exists but could not be read: never overwrite it
+    bool dirty_ = false;
+    int batch_depth_ = 0;
+};
+
+} // namespace tess

@@ -1,0 +1,78 @@
+#include "app/application.h"
+#include "app/main_procedure.h"
+#include "app/quit.h"
+#include "app/scripted_ui.h"
+#include "document/portfolio.h"
+#include "support/temp_dir.h"
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+#include <gtest/gtest.h>
+
+namespace tess {
+namespace {
+
+// Runs the loop for a while, asking to quit half way.
+void RunAndQuitAfter(Application& app, std::chrono::milliseconds when, bool& result) {
+    asio::steady_timer quit(app.Loop());
+    quit.expires_after(when);
+    quit.async_wait([&](const std::error_code&) { result = RequestQuit(app); });
+    asio::steady_timer end(app.Loop());
+    end.expires_after(when * 3);
+    end.async_wait([&](const std::error_code&) { app.Loop().stop(); });
+    app.Loop().run();
+    app.Loop().restart();
+}
+
+TEST(Quit, CancelKeepsTheProgramAndItsTimerRunning) {
+    test::TempDir dir;
+    ScriptedUI ui;
+    Application app(ui, dir.Path());
+    ASSERT_EQ(Main(app), 0);
+    auto portfolio = std::make_unique<Portfolio>();
+    portfolio->SetNeedSaving(true);
+    app.SetCurrentPortfolio(std::move(portfolio));
+
+    ui.QueueAnswer(Answer::Cancel);
+    bool quit = true;
+    RunAndQuitAfter(app, std::chrono::milliseconds(60), quit);
+    EXPECT_FALSE(quit);
+    EXPECT_TRUE(app.Running());
+    ASSERT_FALSE(ui.Record().empty());
+    EXPECT_EQ(ui.Record().back().text, "Would you like to save all files?");
+    EXPECT_EQ(ui.Record().back().caption, "Save Files?");
+    std::uint64_t ticks = app.TickCount();
+    EXPECT_GT(ticks, 5u);
+
+    // No: shutdown without saving; the timer stops and the portfolio is released.
+    ui.QueueAnswer(Answer::No);
+    RunAndQuitAfter(app, std::chrono::milliseconds(60), quit);
+    EXPECT_TRUE(quit);
+    EXPECT_FALSE(app.Running());
+    EXPECT_EQ(app.CurrentPortfolio(), nullptr);
+    EXPECT_GT(app.TickCount(), ticks);
+    std::uint64_t after = app.TickCount();
+    app.Loop().run_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(app.TickCount(), after);
+    EXPECT_EQ(ui.StatusHistory().front(), "Shutting Down...");
+}
+
+TEST(Quit, NothingToSaveAsksNothingAndAQuitDuringStartUpWaitsForIt) {
+    test::TempDir dir;
+    ScriptedUI ui;
+    Application app(ui, dir.Path());
+    app.SetStarting(true);
+    EXPECT_TRUE(RequestQuit(app));
+    EXPECT_TRUE(app.ShutdownRequested());
+    app.SetStarting(false);
+
+    ASSERT_EQ(Main(app), 0); // Main clears the request at its start
+    app.SetCurrentPortfolio(std::make_unique<Portfolio>());
+    EXPECT_TRUE(RequestQuit(app));
+    for (const auto& shown : ui.Record())
+        EXPECT_NE(shown.kind, "question");
+    EXPECT_FALSE(app.Running());
+}
+
+} // namespace
+} // namespace tess

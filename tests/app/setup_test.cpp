@@ -1,0 +1,94 @@
+#include "app/app_setup.h"
+#include "settings/ini.h"
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+namespace tess {
+namespace {
+
+using test::ReadFileBytes;
+
+const char* const kFreshIni = "[General]\r\n"
+                              "AutoLoad=True\r\n"
+                              "LastPortfolio=\r\n"
+                              "StartupMode=2\r\n"
+                              "StartupWidth=12000\r\n"
+                              "StartupHeight=9000\r\n"
+                              "StartupTop=0\r\n"
+                              "StartupLeft=0\r\n"
+                              "StartupState=2\r\n"
+                              "StartupLastNonMinimizedState=2\r\n"
+                              "StationLongitude=0\r\n"
+                              "StationLatitude=0\r\n";
+
+TEST(AppSetup, MissingFileBecomesTheDefaultsInOrder) {
+    test::TempDir dir;
+    INI ini(dir.File("Tessarolle.INI"));
+    AppSettings s;
+    s.AutoLoad = false;
+    LoadSetup(ini, s);
+    EXPECT_EQ(ReadFileBytes(dir.File("Tessarolle.INI")), kFreshIni);
+    EXPECT_TRUE(s.AutoLoad);
+    EXPECT_EQ(s.StartupWidth, 12000);
+    EXPECT_EQ(s.StartupHeight, 9000);
+    // Saving unchanged values leaves the file as it was.
+    SaveSetup(ini, s);
+    EXPECT_EQ(ReadFileBytes(dir.File("Tessarolle.INI")), kFreshIni);
+}
+
+TEST(AppSetup, ValuesRoundTripInvariantly) {
+    test::TempDir dir;
+    INI ini(dir.File("Tessarolle.INI"));
+    AppSettings s;
+    s.AutoLoad = false;
+    s.LastPortfolio = "C:\\Webcam\\site \"main\".por";
+    s.StartupMode = 1;
+    s.StartupState = 0;
+    s.StationLatitude = 52.5;
+    s.StationLongitude = -13.25;
+    SaveSetup(ini, s);
+    std::string text = ReadFileBytes(dir.File("Tessarolle.INI"));
+    EXPECT_NE(text.find("LastPortfolio=C:\\Webcam\\site &34main&34.por\r\n"), std::string::npos);
+    EXPECT_NE(text.find("StationLongitude=-13.25\r\nStationLatitude=52.5\r\n"), std::string::npos);
+    AppSettings back;
+    LoadSetup(ini, back);
+    EXPECT_FALSE(back.AutoLoad);
+    EXPECT_EQ(back.LastPortfolio, s.LastPortfolio);
+    EXPECT_EQ(back.StartupMode, 1);
+    EXPECT_DOUBLE_EQ(back.StationLatitude, 52.5);
+    EXPECT_DOUBLE_EQ(back.StationLongitude, -13.25);
+}
+
+TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
+    AppSettings s;
+    MainWindowPlan plan = PlanMainWindow(s); // defaults: maximized
+    EXPECT_EQ(plan.state, WindowState::Maximized);
+    EXPECT_FALSE(plan.apply_rectangle);
+
+    s.StartupMode = 0;
+    s.StartupLastNonMinimizedState = 0;
+    plan = PlanMainWindow(s);
+    EXPECT_EQ(plan.state, WindowState::Minimized);
+    EXPECT_EQ(plan.last_non_minimized_state, 2);
+
+    s.StartupMode = 1;
+    s.StartupState = 0;
+    s.StartupLeft = 150;
+    s.StartupWidth = 9000;
+    plan = PlanMainWindow(s);
+    EXPECT_EQ(plan.state, WindowState::Normal);
+    EXPECT_TRUE(plan.apply_rectangle);
+    EXPECT_EQ(plan.left, 150);
+    EXPECT_EQ(plan.width, 9000);
+    EXPECT_EQ(plan.last_non_minimized_state, 0);
+
+    s.StartupState = 2;
+    EXPECT_FALSE(PlanMainWindow(s).apply_rectangle);
+
+    s.StartupMode = 7;
+    EXPECT_TRUE(PlanMainWindow(s).shown_as_loaded);
+}
+
+} // namespace
+} // namespace tess

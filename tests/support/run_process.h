@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tess::test {
+
+struct ProcessResult {
+    int exit_code = -1; // -1 when killed by a signal or timed out
+    std::string out;
+    std::string err;
+};
+
+// A child process started in its own folder, with stdin from /dev/null.
+class Process {
+public:
+    Process(const std::vector<std::string>& argv, const std::string& directory);
+    ~Process();
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    int Pid() const { return pid_; }
+    bool Running();
+    void Signal(int signal);
+    // Waits for the end (killing the child after `timeout_seconds`), collecting its output.
+    ProcessResult Wait(double timeout_seconds);
+
+private:
+    int pid_ = -1;
+    int out_fd_ = -1, err_fd_ = -1;
+    bool reaped_ = false;
+    int status_ = 0;
+};
+
+ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& directory,
+                         double timeout_seconds = 30);
+
+} // namespace tess::test
