@@ -1,6 +1,7 @@
 #include "app/command_line.h"
 
 #include "app/application.h"
+#include "app/commands.h"
 #include "app/console_ui.h"
 #include "app/error_report.h"
 #include "app/headless_ui.h"
@@ -82,8 +83,13 @@ int RunCommandLine(int argc, char** argv) {
                  "Answer Yes when asked whether to save on the way out (headless runs)");
     cli.add_flag("--headless", options.headless,
                  "Ask nothing at the terminal: questions take their default answers");
+    // Each subcommand's callback runs its work and leaves its exit status here.
+    int status = 0;
+    for (const auto& add : Subcommands())
+        add(cli, status);
     CLI11_PARSE(cli, argc, argv);
-    return RunProgram(options);
+    if (cli.get_subcommands().empty()) return RunProgram(options);
+    return status;
 }
 
 } // namespace tess
