@@ -1,0 +1,64 @@
+#include "imaging/dib.h"
+
+#include <gtest/gtest.h>
+
+namespace tess {
+namespace {
+
+TEST(DIB, RowsArePaddedToFourBytes) {
+    EXPECT_EQ(DIB::PadBytes(1), 1);
+    EXPECT_EQ(DIB::PadBytes(2), 2);
+    EXPECT_EQ(DIB::PadBytes(3), 3);
+    EXPECT_EQ(DIB::PadBytes(4), 0);
+    EXPECT_EQ(DIB::RowBytes(5), 16);
+}
+
+TEST(DIB, SizeChangesFollowTheCreateAndDestroyRules) {
+    DIB d;
+    EXPECT_FALSE(d.HasBitmap());
+    ASSERT_TRUE(d.SetWidthHeight(3, 2));
+    ASSERT_TRUE(d.HasBitmap());
+    d.Clear(0x123456);
+    std::uint8_t* before = d.DIBPtr();
+    d.SetWidthHeight(3, 2); // same size: pixels kept
+    EXPECT_EQ(d.DIBPtr(), before);
+    EXPECT_EQ(d.scanline(0)[0], 0x12); // blue, the high byte, comes first
+
+    d.SetWidthHeight(0, 2); // a zero leaves no bitmap, and Clear does nothing
+    EXPECT_FALSE(d.HasBitmap());
+    d.Clear(0xFFFFFF);
+
+    DIB w;
+    w.SetWidth(4); // height still 0: only stored
+    EXPECT_FALSE(w.HasBitmap());
+    w.SetHeight(2);
+    EXPECT_TRUE(w.HasBitmap());
+    w.SetWidth(0); // re-created at width 0: no bitmap
+    EXPECT_FALSE(w.HasBitmap());
+
+    DIB huge;
+    EXPECT_FALSE(huge.SetWidthHeight(100000, 100000)); // refused before any memory is taken
+    EXPECT_EQ(huge.Width(), 0);
+    EXPECT_FALSE(huge.HasBitmap());
+}
+
+TEST(DIB, ClearFillsEveryPixelAndScanlinesRunTopDown) {
+    for (int width = 1; width <= 6; ++width) {
+        DIB d(width, 3);
+        d.Clear(0xFFFFFF);
+        d.Clear(0x0000FF); // red: blue-green-red bytes 00 00 FF
+        for (int y = 0; y < 3; ++y) {
+            for (int x = 0; x < width; ++x) {
+                ASSERT_EQ(d.scanline(y)[x * 3], 0);
+                ASSERT_EQ(d.scanline(y)[x * 3 + 2], 0xFF);
+            }
+        }
+    }
+    DIB d(2, 2);
+    EXPECT_EQ(d.scanline(1), d.DIBPtr()); // the bottom row comes first in memory
+    EXPECT_EQ(d.scanline(0) - d.scanline(1), d.Pitch());
+    EXPECT_EQ(d.scanline(1) - d.scanline(0), d.Stride());
+}
+
+} // namespace
+} // namespace tess
