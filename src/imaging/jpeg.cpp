@@ -16,6 +16,9 @@ namespace {
 
 // Larger files are no camera picture: refusing them keeps a bad path from eating memory.
 constexpr std::size_t kMaxJpegFileBytes = 256u << 20;
+// Even a flat picture costs a few bits per 8 x 8 block: a file claiming more pixels than this
+// per byte is damaged, and we would rather not take its memory to find out.
+constexpr std::int64_t kJpegPixelsPerByte = 4096;
 
 // One decompressor per thread, made on first use and kept: making one costs more than
 // decoding a small picture.
@@ -53,6 +56,8 @@ bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
                             &colorspace) != 0)
         return false;
     if (width <= 0 || height <= 0 || !DIB::SizeAllowed(width, height)) return false;
+    if (std::int64_t{width} * height / kJpegPixelsPerByte > static_cast<std::int64_t>(bytes.size()))
+        return false;
     if (!dib.SetWidthHeight(width, height) || !dib.HasBitmap()) return false;
     // A warning (such as a truncated file) also fails: a half-written camera picture is not
     // worth showing.
