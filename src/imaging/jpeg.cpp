@@ -91,15 +91,23 @@ std::span<const std::uint8_t> JpegEncoder::Encode(const DIB& dib, int quality) {
     const int width = dib.Width(), height = dib.Height();
     if (!handle_ || !dib.HasBitmap() || width == 0 || height == 0) return {};
     quality = std::clamp(quality, 1, 100);
-    // The codec grows its own buffer when a stream needs more; it is kept for the next call.
+    // The codec's worst case for this size, allocated once per size: it then never has to
+    // grow the buffer while encoding.
+    const unsigned long worst = tjBufSize(width, height, TJSAMP_420);
+    if (worst > capacity_) {
+        if (buffer_) tjFree(buffer_);
+        buffer_ = tjAlloc(static_cast<int>(worst));
+        capacity_ = buffer_ ? worst : 0;
+        if (!buffer_) return {};
+    }
     unsigned long size = capacity_;
     if (tjCompress2(static_cast<tjhandle>(handle_), dib.DIBPtr(), width, dib.Pitch(), height,
-                    TJPF_BGR, &buffer_, &size, TJSAMP_420, quality, TJFLAG_BOTTOMUP) != 0) {
+                    TJPF_BGR, &buffer_, &size, TJSAMP_420, quality,
+                    TJFLAG_BOTTOMUP | TJFLAG_NOREALLOC) != 0) {
         LogWarning("JPEG encoding of a {} x {} picture failed: {}", width, height,
                    tjGetErrorStr2(static_cast<tjhandle>(handle_)));
         return {};
     }
-    capacity_ = std::max(capacity_, size);
     if (size > JpegSizeBound(width, height)) return {};
     return {buffer_, size};
 }
