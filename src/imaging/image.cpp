@@ -50,7 +50,8 @@ void Image::SetPictureType(int type) {
 void Image::SetBackgroundColor(std::uint32_t color) {
     if (color == background_color_) return;
     background_color_ = color;
-    if (picture_type_ == kPictureRectangle) MarkFrom(true, true);
+    // It fills a rectangle's image, and a stretch of an empty picture.
+    MarkFrom(picture_type_ == kPictureRectangle, picture_type_ == kPictureRectangle);
 }
 
 void Image::SetColorProcessing(int code) {
