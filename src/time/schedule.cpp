@@ -64,34 +64,25 @@ void Schedule::Reset() {
 
 // Sun-relative ends are not wrapped into the day: sunset + 300 minutes may be 1.08, which no
 // time of day reaches, and is compared as it is.
-double Schedule::Start() const {
-    switch (start_mode_) {
+double Schedule::End(std::int32_t mode, double time, double sunrise_offset,
+                     double sunset_offset) const {
+    switch (mode) {
     case 0:
-        return start_absolute_time_;
+        return time;
     case 1:
-        return sun_->Sunrise() + start_sunrise_offset_ / kMinutesPerDay;
+        return sun_->Sunrise() + sunrise_offset / kMinutesPerDay;
     case 2:
-        return sun_->Sunset() + start_sunset_offset_ / kMinutesPerDay;
-    }
-    return 0;
-}
-
-double Schedule::Stop() const {
-    switch (stop_mode_) {
-    case 0:
-        return stop_absolute_time_;
-    case 1:
-        return sun_->Sunrise() + stop_sunrise_offset_ / kMinutesPerDay;
-    case 2:
-        return sun_->Sunset() + stop_sunset_offset_ / kMinutesPerDay;
+        return sun_->Sunset() + sunset_offset / kMinutesPerDay;
     }
     return 0;
 }
 
 bool Schedule::WindowOpen(double now) const {
     const double t = FP(now);
-    const double start = Start();
-    const double stop = Stop();
+    const double start =
+        End(start_mode_, start_absolute_time_, start_sunrise_offset_, start_sunset_offset_);
+    const double stop =
+        End(stop_mode_, stop_absolute_time_, stop_sunrise_offset_, stop_sunset_offset_);
     if (start == stop) return true;
     if (start < stop) return start <= t && t <= stop;
     return t >= start || t <= stop; // across midnight

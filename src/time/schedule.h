@@ -72,8 +72,7 @@ public:
     void SaveSettings(INI& ini, std::string_view section) const;
 
 private:
-    double Start() const;
-    double Stop() const;
+    double End(std::int32_t mode, double time, double sunrise_offset, double sunset_offset) const;
     bool WindowOpen(double now) const;
 
     SunTimes* sun_;
