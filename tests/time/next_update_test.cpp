@@ -42,9 +42,6 @@ TEST(CalcNextUpdate, BaseTimesShiftTheGrid) {
     EXPECT_NEAR(SecondsBetween(At(2024, 5, 6, 11, 30, 0),
                                CalcNextUpdate(3600, 1800, At(2024, 5, 6, 10, 30, 0))),
                 0, kTolerance);
-    EXPECT_NEAR(SecondsBetween(At(2024, 5, 6, 10, 30, 0),
-                               CalcNextUpdate(3600, 1800, At(2024, 5, 6, 10, 29, 59.5))),
-                0, kTolerance);
     // A day's rate with a base of 06:15 is a daily 06:15.
     EXPECT_NEAR(SecondsBetween(At(2024, 5, 7, 6, 15, 0),
                                CalcNextUpdate(86400, 22500, At(2024, 5, 6, 6, 15, 0))),

