@@ -4,6 +4,8 @@
 #include "settings/numbers.h"
 #include "time/sun_times.h"
 
+#include <fmt/format.h>
+
 namespace tess {
 
 namespace {
@@ -21,7 +23,7 @@ void Assign(T& field, U value, T minimum, T maximum, bool& needs_saving) {
 // Nothing for 0, "+15", "+7.5" or "-30", then the unit.
 std::string OffsetText(double offset, std::string_view unit) {
     if (offset == 0) return {};
-    return (offset > 0 ? "+" : "") + CStrNI(offset) + std::string(unit);
+    return fmt::format("{}{}{}", offset > 0 ? "+" : "", CStrNI(offset), unit);
 }
 
 } // namespace
