@@ -1,0 +1,74 @@
+#pragma once
+
+// Finds and opens fonts: fontconfig turns a font name such as "Arial" into a file (Liberation
+// Sans on a Debian machine), FreeType opens it. Both answers are kept, within bounds.
+
+#include "imaging/text/font_face.h"
+#include "imaging/text/lru_cache.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include <fontconfig/fontconfig.h>
+
+namespace tess {
+
+// Draws what the asked font lacks, a font name fontconfig does not know, and the trend arrows.
+inline constexpr std::string_view kFallbackFamily = "DejaVu Sans";
+
+class FontLibrary {
+public:
+    // One render needs at most three faces at once (its font, the fallback, the arrows'
+    // face, which is the fallback), so at least that many stay open.
+    explicit FontLibrary(std::size_t max_faces);
+    ~FontLibrary();
+    FontLibrary(const FontLibrary&) = delete;
+    FontLibrary& operator=(const FontLibrary&) = delete;
+
+    // The face for a font name and style, at whatever size it was last used; the fallback
+    // family when fontconfig knows nothing like the name; null when no font opens at all.
+    FontFace* Face(std::string_view name, bool bold, bool italic);
+
+    // Which file a font name and style resolve to; an empty file when none.
+    const FaceSpec& Resolve(std::string_view name, bool bold, bool italic);
+
+    std::size_t OpenFaces() const { return faces_.Size(); }
+    std::uint64_t FontconfigLookups() const { return lookups_; }
+
+private:
+    struct Request {
+        std::string name; // lower case, trimmed
+        bool bold;
+        bool italic;
+        bool operator==(const Request&) const = default;
+    };
+    struct RequestHash {
+        std::size_t operator()(const Request& r) const;
+    };
+    struct Match {
+        FaceSpec spec;
+        bool like_name = false; // the family asked for, or one fontconfig names in its place
+    };
+
+    FaceSpec Lookup(std::string_view name, bool bold, bool italic);
+    Match MatchFamily(std::string_view family, bool bold, bool italic);
+    void WarnOnce(std::string_view name, std::string_view message);
+
+    FT_Library ft_ = nullptr;
+    FcConfig* config_ = nullptr;
+    // The families fontconfig tries for a name it does not know: a match among these alone
+    // means the name itself found nothing.
+    std::vector<std::string> default_families_;
+    std::unordered_map<Request, FaceSpec, RequestHash> resolved_;
+    LruCache<FaceSpec, std::unique_ptr<FontFace>, FaceSpecHash> faces_;
+    std::unordered_set<std::string> warned_;
+    std::uint32_t next_face_id_ = 1;
+    std::uint64_t lookups_ = 0;
+};
+
+} // namespace tess
