@@ -67,6 +67,14 @@ TEST(TextDrawing, ItemsShareTheRenderersGlyphs) {
     second.Update(renderer, "Humidity 85%", style);
     EXPECT_EQ(Bytes(second.Opacity()), Bytes(first.Opacity()));
     EXPECT_EQ(renderer.Stats().glyphs_rasterized, rasterized);
+
+    // Forgotten glyphs are drawn again, to the same pixels.
+    renderer.ForgetGlyphs();
+    EXPECT_EQ(renderer.Stats().glyph_cache_entries, 0u);
+    TextDrawing third;
+    third.Update(renderer, "Humidity 85%", style);
+    EXPECT_EQ(Bytes(third.Opacity()), Bytes(first.Opacity()));
+    EXPECT_GT(renderer.Stats().glyphs_rasterized, rasterized);
 }
 
 } // namespace

@@ -153,6 +153,10 @@ TextOrigin TextRenderer::Impl::Rasterize(std::uint32_t color, DIB& picture, DIB&
     return {-box.left, -box.top};
 }
 
+void TextRenderer::ForgetGlyphs() {
+    impl_->glyphs.Clear();
+}
+
 std::string TextRenderer::FontFile(std::string_view name, bool bold, bool italic) {
     return impl_->fonts.Resolve(name, bold, italic).file;
 }

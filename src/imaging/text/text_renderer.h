@@ -63,6 +63,10 @@ public:
     // arrows. An empty text, or one without any width, leaves both bitmaps 0 x 0.
     TextOrigin Render(std::string_view text, const TextStyle& style, DIB& picture, DIB& opacity);
 
+    // Drops every rendered glyph: memory back after a burst of large texts, or glyphs
+    // drawn again from scratch. Nothing else changes.
+    void ForgetGlyphs();
+
     // The font file a font name and style resolve to; empty when there is none.
     std::string FontFile(std::string_view name, bool bold, bool italic);
 
