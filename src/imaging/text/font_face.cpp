@@ -40,24 +40,24 @@ void CopyCoverage(const FT_Bitmap& bitmap, GlyphBitmap& out) {
 
 } // namespace
 
-std::size_t FaceSpecHash::operator()(const FaceSpec& spec) const {
-    std::size_t h = std::hash<std::string>()(spec.file);
-    h ^= static_cast<std::size_t>(spec.index) * 0x9E3779B97F4A7C15ull;
-    return h ^ (spec.embolden ? 0x51 : 0) ^ (spec.oblique ? 0xA2 : 0);
+std::size_t FaceSourceHash::operator()(const FaceSource& source) const {
+    std::size_t h = std::hash<std::string>()(source.file);
+    h ^= static_cast<std::size_t>(source.index) * 0x9E3779B97F4A7C15ull;
+    return h ^ (source.embolden ? 0x51 : 0) ^ (source.oblique ? 0xA2 : 0);
 }
 
-std::unique_ptr<FontFace> FontFace::Open(FT_Library library, const FaceSpec& spec,
+std::unique_ptr<FontFace> FontFace::Open(FT_Library library, const FaceSource& source,
                                          std::uint32_t id) {
     FT_Face face = nullptr;
-    if (FT_New_Face(library, spec.file.c_str(), spec.index, &face) != 0) return nullptr;
+    if (FT_New_Face(library, source.file.c_str(), source.index, &face) != 0) return nullptr;
     if (FT_Select_Charmap(face, FT_ENCODING_UNICODE) != 0 && face->num_charmaps > 0) {
         FT_Set_Charmap(face, face->charmaps[0]);
     }
-    return std::unique_ptr<FontFace>(new FontFace(face, spec, id));
+    return std::unique_ptr<FontFace>(new FontFace(face, source, id));
 }
 
-FontFace::FontFace(FT_Face face, const FaceSpec& spec, std::uint32_t id)
-    : face_(face), spec_(spec), id_(id) {
+FontFace::FontFace(FT_Face face, const FaceSource& source, std::uint32_t id)
+    : face_(face), source_(source), id_(id) {
     SetPixelsPerEm(16);
     hb_ = hb_ft_font_create_referenced(face_);
     hb_ft_font_set_load_flags(hb_, kLoadFlags);
@@ -104,7 +104,7 @@ int FontFace::EmboldenStrength() const {
 }
 
 int FontFace::EmboldenAdvance() const {
-    if (!spec_.embolden) return 0;
+    if (!source_.embolden) return 0;
     // Whole pixels, so that pen positions stay on the pixel grid like the hinted advances.
     return std::max(64, (EmboldenStrength() + 32) & ~63);
 }
@@ -113,8 +113,8 @@ GlyphBitmap FontFace::Rasterize(std::uint32_t glyph) const {
     GlyphBitmap out;
     if (FT_Load_Glyph(face_, glyph, kLoadFlags) != 0) return out;
     FT_GlyphSlot slot = face_->glyph;
-    if (spec_.oblique) FT_GlyphSlot_Oblique(slot);
-    if (spec_.embolden) FT_GlyphSlot_Embolden(slot);
+    if (source_.oblique) FT_GlyphSlot_Oblique(slot);
+    if (source_.embolden) FT_GlyphSlot_Embolden(slot);
     if (slot->format != FT_GLYPH_FORMAT_BITMAP &&
         FT_Render_Glyph(slot, FT_RENDER_MODE_NORMAL) != 0) {
         return out;

@@ -15,17 +15,17 @@
 namespace tess {
 
 // Which file to open, and what fontconfig asked us to fake because the family lacks it.
-struct FaceSpec {
+struct FaceSource {
     std::string file;
     int index = 0; // face within a collection file
     bool embolden = false;
     bool oblique = false;
 
-    bool operator==(const FaceSpec&) const = default;
+    bool operator==(const FaceSource&) const = default;
 };
 
-struct FaceSpecHash {
-    std::size_t operator()(const FaceSpec& spec) const;
+struct FaceSourceHash {
+    std::size_t operator()(const FaceSource& source) const;
 };
 
 // A glyph's antialiased coverage, 0 (none) to 255 (full), rows top-down.
@@ -40,7 +40,7 @@ struct GlyphBitmap {
 class FontFace {
 public:
     // Null when FreeType cannot open the file.
-    static std::unique_ptr<FontFace> Open(FT_Library library, const FaceSpec& spec,
+    static std::unique_ptr<FontFace> Open(FT_Library library, const FaceSource& source,
                                           std::uint32_t id);
     ~FontFace();
     FontFace(const FontFace&) = delete;
@@ -48,7 +48,7 @@ public:
 
     // Every glyph cached from this face carries the id; a face opened again gets a new one.
     std::uint32_t Id() const { return id_; }
-    const FaceSpec& Spec() const { return spec_; }
+    const FaceSource& Source() const { return source_; }
     hb_font_t* Shaper() const { return hb_; }
 
     // The size for the next shaping and rendering; cheap when it is already set.
@@ -69,13 +69,13 @@ public:
     GlyphBitmap Rasterize(std::uint32_t glyph) const;
 
 private:
-    FontFace(FT_Face face, const FaceSpec& spec, std::uint32_t id);
+    FontFace(FT_Face face, const FaceSource& source, std::uint32_t id);
     int EmboldenStrength() const;
     int Scaled(FT_Short design, FT_Pos hinted) const;
 
     FT_Face face_;
     hb_font_t* hb_ = nullptr;
-    FaceSpec spec_;
+    FaceSource source_;
     std::uint32_t id_;
     int ppem_ = 0;
 };

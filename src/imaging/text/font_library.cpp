@@ -48,23 +48,23 @@ FcPattern* Substituted(FcConfig* config, FcPattern* pattern) {
     return pattern;
 }
 
-FaceSpec SpecOf(FcPattern* match) {
-    FaceSpec spec;
+FaceSource SourceOf(FcPattern* match) {
+    FaceSource source;
     FcChar8* file = nullptr;
     if (FcPatternGetString(match, FC_FILE, 0, &file) == FcResultMatch) {
-        spec.file = reinterpret_cast<const char*>(file);
+        source.file = reinterpret_cast<const char*>(file);
     }
-    FcPatternGetInteger(match, FC_INDEX, 0, &spec.index);
+    FcPatternGetInteger(match, FC_INDEX, 0, &source.index);
     FcBool embolden = FcFalse;
     if (FcPatternGetBool(match, FC_EMBOLDEN, 0, &embolden) == FcResultMatch) {
-        spec.embolden = embolden == FcTrue;
+        source.embolden = embolden == FcTrue;
     }
     // fontconfig slants a family without an italic through a shear matrix.
     FcMatrix* matrix = nullptr;
     if (FcPatternGetMatrix(match, FC_MATRIX, 0, &matrix) == FcResultMatch) {
-        spec.oblique = matrix->xy != 0;
+        source.oblique = matrix->xy != 0;
     }
-    return spec;
+    return source;
 }
 
 } // namespace
@@ -96,36 +96,36 @@ FontLibrary::~FontLibrary() {
 }
 
 FontFace* FontLibrary::Face(std::string_view name, bool bold, bool italic) {
-    const FaceSpec& spec = Resolve(name, bold, italic);
-    if (spec.file.empty() || !ft_) return nullptr;
-    if (auto* face = faces_.Find(spec)) return face->get();
-    std::unique_ptr<FontFace> face = FontFace::Open(ft_, spec, next_face_id_++);
+    const FaceSource& source = Resolve(name, bold, italic);
+    if (source.file.empty() || !ft_) return nullptr;
+    if (auto* face = faces_.Find(source)) return face->get();
+    std::unique_ptr<FontFace> face = FontFace::Open(ft_, source, next_face_id_++);
     if (!face) {
-        WarnOnce(spec.file, "cannot be opened by FreeType");
+        WarnOnce(source.file, "cannot be opened by FreeType");
         return nullptr;
     }
     FontFace* result = face.get();
-    faces_.Insert(spec, std::move(face), 1);
+    faces_.Insert(source, std::move(face), 1);
     return result;
 }
 
-const FaceSpec& FontLibrary::Resolve(std::string_view name, bool bold, bool italic) {
+const FaceSource& FontLibrary::Resolve(std::string_view name, bool bold, bool italic) {
     Request request{ToLowerAscii(Trim(name)), bold, italic};
     if (auto it = resolved_.find(request); it != resolved_.end()) return it->second;
     if (resolved_.size() >= kMaxRememberedRequests) resolved_.clear();
-    FaceSpec spec = Lookup(Trim(name), bold, italic);
-    return resolved_.emplace(std::move(request), std::move(spec)).first->second;
+    FaceSource source = Lookup(Trim(name), bold, italic);
+    return resolved_.emplace(std::move(request), std::move(source)).first->second;
 }
 
-FaceSpec FontLibrary::Lookup(std::string_view name, bool bold, bool italic) {
+FaceSource FontLibrary::Lookup(std::string_view name, bool bold, bool italic) {
     if (!config_) return {};
-    if (name.empty()) return MatchFamily(kFallbackFamily, bold, italic).spec;
+    if (name.empty()) return MatchFamily(kFallbackFamily, bold, italic).source;
     Match match = MatchFamily(name, bold, italic);
-    if (match.like_name) return match.spec;
+    if (match.like_name) return match.source;
     WarnOnce(name, fmt::format("is not installed; drawing with {} instead", kFallbackFamily));
     Match fallback = MatchFamily(kFallbackFamily, bold, italic);
     // Without DejaVu installed, fontconfig's own choice is better than nothing.
-    return fallback.like_name ? fallback.spec : match.spec;
+    return fallback.like_name ? fallback.source : match.source;
 }
 
 FontLibrary::Match FontLibrary::MatchFamily(std::string_view family, bool bold, bool italic) {
@@ -145,7 +145,7 @@ FontLibrary::Match FontLibrary::MatchFamily(std::string_view family, bool bold, 
     FcPattern* match = FcFontMatch(config_, pattern, &status);
     FcPatternDestroy(pattern);
     if (!match) return result;
-    result.spec = SpecOf(match);
+    result.source = SourceOf(match);
 
     std::string asked = FamilyKey(family);
     bool generic = std::find(kGenericFamilies.begin(), kGenericFamilies.end(), asked) !=

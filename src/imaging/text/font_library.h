@@ -35,7 +35,7 @@ public:
     FontFace* Face(std::string_view name, bool bold, bool italic);
 
     // Which file a font name and style resolve to; an empty file when none.
-    const FaceSpec& Resolve(std::string_view name, bool bold, bool italic);
+    const FaceSource& Resolve(std::string_view name, bool bold, bool italic);
 
     std::size_t OpenFaces() const { return faces_.Size(); }
     std::uint64_t FontconfigLookups() const { return lookups_; }
@@ -51,11 +51,11 @@ private:
         std::size_t operator()(const Request& r) const;
     };
     struct Match {
-        FaceSpec spec;
+        FaceSource source;
         bool like_name = false; // the family asked for, or one fontconfig names in its place
     };
 
-    FaceSpec Lookup(std::string_view name, bool bold, bool italic);
+    FaceSource Lookup(std::string_view name, bool bold, bool italic);
     Match MatchFamily(std::string_view family, bool bold, bool italic);
     void WarnOnce(std::string_view name, std::string_view message);
 
@@ -64,8 +64,8 @@ private:
     // The families fontconfig tries for a name it does not know: a match among these alone
     // means the name itself found nothing.
     std::vector<std::string> default_families_;
-    std::unordered_map<Request, FaceSpec, RequestHash> resolved_;
-    LruCache<FaceSpec, std::unique_ptr<FontFace>, FaceSpecHash> faces_;
+    std::unordered_map<Request, FaceSource, RequestHash> resolved_;
+    LruCache<FaceSource, std::unique_ptr<FontFace>, FaceSourceHash> faces_;
     std::unordered_set<std::string> warned_;
     std::uint32_t next_face_id_ = 1;
     std::uint64_t lookups_ = 0;
