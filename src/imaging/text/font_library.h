@@ -23,8 +23,8 @@ inline constexpr std::string_view kFallbackFamily = "DejaVu Sans";
 
 class FontLibrary {
 public:
-    // One render needs at most three faces at once (its font, the fallback, the arrows'
-    // face, which is the fallback), so at least that many stay open.
+    // One render holds two faces at once (its font and the fallback, which also draws the
+    // arrows); at least three stay open, so opening one never closes the other.
     explicit FontLibrary(std::size_t max_faces);
     ~FontLibrary();
     FontLibrary(const FontLibrary&) = delete;
