@@ -7,6 +7,9 @@
 #include "app/app_setup.h"
 #include "app/instance_lock.h"
 #include "settings/ini.h"
+#include "time/clock.h"
+#include "time/sun.h"
+#include "time/time_zone.h"
 
 #include <chrono>
 #include <cstdint>
@@ -52,6 +55,10 @@ public:
     AppSettings& Setup() { return setup_; }
     MainWindowPlan& MainWindow() { return main_window_; }
     InstanceLock& Lock() { return lock_; }
+    // The program's "now", the time zone in force and the station's sun times.
+    Clock& AppClock() { return clock_; }
+    TimeZone& Zone() { return zone_; }
+    Sun& StationSun() { return sun_; }
     int AllowedCanvases() const { return kCanvasSlots; }
 
     Portfolio* CurrentPortfolio() { return portfolio_.get(); }
@@ -84,6 +91,9 @@ private:
     AppSettings setup_;
     MainWindowPlan main_window_;
     InstanceLock lock_;
+    Clock clock_;
+    TimeZone zone_{clock_};
+    Sun sun_{clock_, zone_};
     std::unique_ptr<Portfolio> portfolio_;
     std::uint64_t ticks_ = 0;
     int exit_code_ = 0;

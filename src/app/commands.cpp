@@ -1,9 +1,11 @@
 #include "app/commands.h"
 
+#include "app/sun_command.h"
+
 namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
-    static const std::vector<AddSubcommand> all = {};
+    static const std::vector<AddSubcommand> all = {AddSunCommand};
     return all;
 }
 

@@ -23,6 +23,8 @@ int Main(Application& app) {
     app.SetShutdownRequested(false);
     app.Settings().SetFile(app.PathInDirectory("Tessarolle.INI"));
     LoadSetup(app.Settings(), app.Setup());
+    app.StationSun().SetStation(app.Setup().StationLatitude, app.Setup().StationLongitude);
+    app.Zone().LoadTimeZoneLookup(app.PathInDirectory("timezone.txt"));
     app.MainWindow() = PlanMainWindow(app.Setup());
     ui.RedrawSplash();
     ui.CloseSplash();

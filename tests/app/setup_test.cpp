@@ -1,5 +1,9 @@
 #include "app/app_setup.h"
+#include "app/application.h"
+#include "app/main_procedure.h"
+#include "app/scripted_ui.h"
 #include "settings/ini.h"
+#include "support/scoped_time_zone.h"
 #include "support/temp_dir.h"
 
 #include <gtest/gtest.h>
@@ -88,6 +92,21 @@ TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
 
     s.StartupMode = 7;
     EXPECT_TRUE(PlanMainWindow(s).shown_as_loaded);
+}
+
+TEST(AppSetup, StartUpHandsTheStationAndTheZoneNamesToTheTimeServices) {
+    test::ScopedTimeZone tz("UTC0");
+    test::TempDir dir;
+    test::WriteFileBytes(dir.File("Tessarolle.INI"),
+                         "[General]\r\nStationLatitude=-33.9\r\nStationLongitude=18.4\r\n");
+    test::WriteFileBytes(dir.File("timezone.txt"), "UTC,Universal Time\r\n");
+    ScriptedUI ui;
+    Application app(ui, dir.Path());
+    ASSERT_EQ(Main(app), 0);
+    EXPECT_EQ(app.StationSun().StationLatitude(), -33.9);
+    EXPECT_EQ(app.StationSun().StationLongitude(), 18.4);
+    EXPECT_EQ(app.Zone().ConvertedTimeZone(), "Universal Time");
+    app.Stop();
 }
 
 } // namespace
