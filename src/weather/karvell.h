@@ -20,6 +20,8 @@ namespace tess {
 
 class Karvell {
 public:
+    Karvell();
+
     bool CSVEnabled() const { return csv_enabled_; }
     void SetCSVEnabled(bool value) { Store(csv_enabled_, value); }
     const std::string& CSVFile() const { return csv_file_; }
@@ -53,8 +55,6 @@ public:
 
     bool NeedsSaving() const { return needs_saving_; }
     void SetNeedsSaving(bool value) { needs_saving_ = value; }
-
-    Karvell();
 
     // The station's values by record index: CSVData 0..119 (0 the station time, 1..99 the
     // columns, 100..119 derived), CSVDataS 0..99 the columns as the line wrote them. Indexes

@@ -29,20 +29,23 @@ struct Version {
 // Version 1.01 added the monthly and yearly rain totals as columns 40 and 41.
 constexpr Version kVersions[] = {{1.0, 39}, {1.01, 41}};
 
-// The file's first line, without its line end, or a few bytes more than the limit allows.
-CSVStatus ReadFirstLine(const std::string& path, std::string& line) {
+// The file's first line, without its line end, or a few bytes more than the limit allows;
+// false with the reason when the file cannot be read.
+bool ReadFirstLine(const std::string& path, std::string& line, CSVStatus& failure) {
     line.clear();
-    if (path.empty()) return CSVStatus::FileMissing;
+    failure = CSVStatus::FileMissing;
+    if (path.empty()) return false;
     // Non-blocking, so that a FIFO in the file's place cannot hang the update loop.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) {
-        return errno == ENOENT || errno == ENOTDIR ? CSVStatus::FileMissing
-                                                   : CSVStatus::FileUnreadable;
+        if (errno != ENOENT && errno != ENOTDIR) failure = CSVStatus::FileUnreadable;
+        return false;
     }
+    failure = CSVStatus::FileUnreadable;
     struct stat info {};
     if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
         ::close(fd);
-        return CSVStatus::FileUnreadable;
+        return false;
     }
     char buffer[kMaxLineLength + 2];
     std::size_t size = 0;
@@ -51,7 +54,7 @@ CSVStatus ReadFirstLine(const std::string& path, std::string& line) {
         if (n < 0 && errno == EINTR) continue;
         if (n < 0) {
             ::close(fd);
-            return CSVStatus::FileUnreadable;
+            return false;
         }
         if (n == 0) break;
         size += static_cast<std::size_t>(n);
@@ -59,7 +62,7 @@ CSVStatus ReadFirstLine(const std::string& path, std::string& line) {
     ::close(fd);
     std::string_view text(buffer, size);
     line.assign(text.substr(0, text.find_first_of("\r\n")));
-    return CSVStatus::Accepted;
+    return true;
 }
 
 bool HasControlCharacters(std::string_view line) {
@@ -122,8 +125,8 @@ std::string_view CSVStatusText(CSVStatus status) {
 
 CSVStatus Karvell::GetCSVData() {
     std::string line;
-    const CSVStatus status = ReadFirstLine(PathFromSettings(csv_file_), line);
-    if (status != CSVStatus::Accepted) return status;
+    CSVStatus failure;
+    if (!ReadFirstLine(PathFromSettings(csv_file_), line, failure)) return failure;
     return AcceptLine(line);
 }
 

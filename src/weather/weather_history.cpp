@@ -10,10 +10,17 @@ namespace {
 // Station times are days; two readings a fraction of a millisecond apart count as equal.
 constexpr double kTimeSlack = 1e-3 / 86400;
 
+WeatherRecord EmptyRecord() {
+    WeatherRecord r;
+    r.fill(kNoValue);
+    return r;
+}
+
 } // namespace
 
 void WeatherHistory::Store(const WeatherRecord& record) {
-    if (records_.empty()) records_.resize(kCapacity);
+    if (static_cast<std::size_t>(head_) >= records_.size())
+        records_.resize(static_cast<std::size_t>(head_) + 1, EmptyRecord());
     records_[static_cast<std::size_t>(head_)] = record;
     head_ = (head_ + 1) % kCapacity;
     if (count_ == kCapacity) {
@@ -23,23 +30,18 @@ void WeatherHistory::Store(const WeatherRecord& record) {
     }
 }
 
-void WeatherHistory::Clear() {
-    head_ = tail_ = count_ = 0;
-}
-
 double WeatherHistory::Value(int slot, int index) const {
-    if (records_.empty() || slot < 0 || slot >= kCapacity || index < 0 || index >= kRecordSize)
+    if (slot < 0 || slot >= static_cast<int>(records_.size()) || index < 0 ||
+        index >= kRecordSize) {
         return kNoValue;
+    }
     return records_[static_cast<std::size_t>(slot)][static_cast<std::size_t>(index)];
 }
 
 void WeatherHistory::SetValue(int slot, int index, double value) {
     if (slot < 0 || slot >= kCapacity || index < 0 || index >= kRecordSize) return;
-    if (records_.empty()) {
-        records_.resize(kCapacity);
-        for (WeatherRecord& r : records_)
-            r.fill(kNoValue);
-    }
+    if (slot >= static_cast<int>(records_.size()))
+        records_.resize(static_cast<std::size_t>(slot) + 1, EmptyRecord());
     records_[static_cast<std::size_t>(slot)][static_cast<std::size_t>(index)] = value;
 }
 

@@ -18,7 +18,6 @@ public:
     static constexpr int kCapacity = 2048;
 
     void Store(const WeatherRecord& record);
-    void Clear();
 
     int HeadPtr() const { return head_; }
     int TailPtr() const { return tail_; }
@@ -39,7 +38,7 @@ public:
 private:
     const WeatherRecord& FromNewest(int age) const;
 
-    std::vector<WeatherRecord> records_; // taken at the first Store: most portfolios never do
+    std::vector<WeatherRecord> records_; // grows to kCapacity as records come
     int head_ = 0;
     int tail_ = 0;
     int count_ = 0;

@@ -3,7 +3,9 @@
 // Weather station CSV lines for tests: column 1 the version, 2..7 the station time, the
 // rest "0" until set.
 
+#include <initializer_list>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -25,6 +27,12 @@ public:
     StationLine& Set(int column, std::string text) {
         if (column >= 1 && column <= static_cast<int>(fields_.size()))
             fields_[static_cast<std::size_t>(column - 1)] = std::move(text);
+        return *this;
+    }
+    // Several columns at once: {{14, "12.30"}, {15, "1013.2"}}.
+    StationLine& Set(std::initializer_list<std::pair<int, const char*>> columns) {
+        for (const auto& [column, text] : columns)
+            Set(column, text);
         return *this;
     }
 

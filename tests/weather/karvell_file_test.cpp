@@ -1,11 +1,8 @@
-#include "settings/numbers.h"
 #include "settings/vb_date.h"
 #include "support/station_line.h"
 #include "support/temp_dir.h"
 #include "weather/karvell.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <sys/stat.h>
 
@@ -148,28 +145,6 @@ TEST(KarvellFile, LastDataRoundTripsExactlyAndRefusesDamagedFiles) {
     std::filesystem::remove(dir.File("lastdata.csv"));
     EXPECT_FALSE(restored.LoadLastData(&error));
     EXPECT_NE(error.find("does not exist"), std::string::npos) << error;
-}
-
-// Run in a child so the locale of the other tests is untouched.
-TEST(KarvellFile, DecimalCommaLocaleWritesTheSameFile) {
-    test::TempDir dir;
-    Karvell k;
-    k.SetLastDataPath(dir.File("lastdata.csv"));
-    ASSERT_EQ(k.AcceptLine(Line(0, "12.5")), CSVStatus::Accepted);
-    ASSERT_TRUE(k.SaveLastData());
-    const std::string expected = test::ReadFileBytes(dir.File("lastdata.csv"));
-    const std::string path = dir.File("comma.csv");
-    EXPECT_EXIT(
-        {
-            setenv("LC_ALL", "de_DE.UTF-8", 1);
-            InitNumberFormat();
-            Karvell c;
-            c.SetLastDataPath(path);
-            bool ok = DecimalCommaFlag() && c.AcceptLine(Line(0, "12.5")) == CSVStatus::Accepted &&
-                      c.CSVData(14) == 12.5 && c.SaveLastData();
-            std::exit(ok && test::ReadFileBytes(path) == expected ? 0 : 1);
-        },
-        ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace
