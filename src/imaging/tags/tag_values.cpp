@@ -44,19 +44,6 @@ std::string NowWithFraction(const NowParts& now, std::string_view pattern, int d
     return FormatNI(now.whole, full);
 }
 
-std::string StationValue(const Karvell& k, const TagDef& tag) {
-    const double v = k.CSVData(tag.a);
-    switch (tag.kind) {
-    case TagKind::StationNumber:
-        return FormatNI(v, tag.pattern);
-    case TagKind::StationYear2:
-        return v == kNoValue ? "-1000" : FormatNI(std::fmod(std::round(v), 100.0), "00");
-    default:
-        break;
-    }
-    return {};
-}
-
 // Station date and time columns that show as words or in 12-hour form.
 std::string StationWord(const Karvell& k, TagKind kind, int upper) {
     const double month = k.CSVData(rec::kYear + 1);
@@ -94,8 +81,9 @@ std::string WeatherValue(const Karvell& k, const TagDef& tag) {
     case TagKind::TrendMarker:
         return std::string(TrendMarker(v));
     case TagKind::StationNumber:
+        return FormatNI(v, tag.pattern);
     case TagKind::StationYear2:
-        return StationValue(k, tag);
+        return v == kNoValue ? "-1000" : FormatNI(std::fmod(std::round(v), 100.0), "00");
     default:
         return StationWord(k, tag.kind, tag.a);
     }
