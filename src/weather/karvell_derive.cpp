@@ -46,7 +46,7 @@ void Karvell::ProcessNewData() {
     if (temperature != kNoValue && r[rec::kBarometer] != kNoValue) {
         const double h = altitude_units_ == 1 ? altitude_ * 0.3048 : altitude_;
         const double t = TemperatureInCelsius(temperature);
-        // The constant 0.003255 belongs to the formula the stations' users compare with.
+        // Keep 0.003255 exactly: figures must match what this formula has always given.
         const double sea_level =
             r[rec::kBarometer] * std::exp(9.81 * h / 287 / (t + 273.15 + 0.003255 * h));
         if (std::isfinite(sea_level)) r[rec::kSeaLevelBarometer] = sea_level;
