@@ -1,11 +1,12 @@
 #include "app/commands.h"
 
 #include "app/sun_command.h"
+#include "app/tags_command.h"
 
 namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
-    static const std::vector<AddSubcommand> all = {AddSunCommand};
+    static const std::vector<AddSubcommand> all = {AddSunCommand, AddTagsCommand};
     return all;
 }
 
