@@ -1,11 +1,13 @@
 #include "app/commands.h"
 
+#include "app/document_commands.h"
 #include "app/sun_command.h"
 
 namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
-    static const std::vector<AddSubcommand> all = {AddSunCommand};
+    static const std::vector<AddSubcommand> all = {AddPortfolioCommand, AddCanvasCommand,
+                                                   AddSunCommand};
     return all;
 }
 
