@@ -130,22 +130,27 @@ int RunDocumentCommand(const DocumentRequest& request, Needs needs, const Action
     LoadSetup(app.Settings(), app.Setup());
     app.StationSun().SetStation(app.Setup().StationLatitude, app.Setup().StationLongitude);
 
-    bool done = false;
-    try {
-        if (needs != Needs::Nothing && !OpenPortfolio(app, request)) return kExitBadInput;
+    int status = kExitNotDone;
+    RunReportingErrors(ui, [&] {
+        if (needs != Needs::Nothing && !OpenPortfolio(app, request)) {
+            status = kExitBadInput;
+            return;
+        }
         Portfolio* portfolio = app.CurrentPortfolio();
-        if (needs == Needs::Canvas && !SelectCanvas(*portfolio, request.slot)) return kExitBadInput;
-        done = action(app);
+        if (needs == Needs::Canvas && !SelectCanvas(*portfolio, request.slot)) {
+            status = kExitBadInput;
+            return;
+        }
+        bool done = action(app);
         // What a command changed is saved, as the File menu's "save all" would.
         portfolio = app.CurrentPortfolio();
         if (done && portfolio && portfolio->NeedSaving()) done = SaveAllProc(app, false);
         SaveSetup(app.Settings(), app.Setup());
         if (done && portfolio) PrintPortfolio(*portfolio);
         if (auto open = app.ReleasePortfolio()) open->Unload();
-    } catch (const TessError& e) {
-        ReportError(ui, e);
-    }
-    return done ? kExitDone : kExitNotDone;
+        status = done ? kExitDone : kExitNotDone;
+    });
+    return status;
 }
 
 bool RefuseExisting(const std::string& file) {
