@@ -35,16 +35,20 @@ void ReportError(UserInterface& ui, const TessError& error) {
     std::_Exit(kExitErrorReport);
 }
 
-void RunEventLoop(Application& app) {
+void RunReportingErrors(UserInterface& ui, const std::function<void()>& work) {
     try {
-        app.Loop().run();
+        work();
     } catch (const TessError& e) {
-        ReportError(app.UI(), e);
+        ReportError(ui, e);
     } catch (const std::bad_alloc&) {
-        ReportError(app.UI(), TessError(ErrorNumber::OutOfMemory, "Out of memory"));
+        ReportError(ui, TessError(ErrorNumber::OutOfMemory, "Out of memory"));
     } catch (const std::exception& e) {
-        ReportError(app.UI(), TessError(51, std::string("Internal error: ") + e.what()));
+        ReportError(ui, TessError(51, std::string("Internal error: ") + e.what()));
     }
+}
+
+void RunEventLoop(Application& app) {
+    RunReportingErrors(app.UI(), [&] { app.Loop().run(); });
 }
 
 } // namespace tess

@@ -6,6 +6,7 @@
 
 #include "base/error.h"
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,9 @@ inline constexpr int kExitErrorReport = 70;
 
 std::string ErrorReportText(const ErrorSite& site, int number, std::string_view description);
 [[noreturn]] void ReportError(UserInterface& ui, const TessError& error);
+
+// Runs `work`; a failure that escapes it ends in the error report.
+void RunReportingErrors(UserInterface& ui, const std::function<void()>& work);
 
 // Runs the event loop until it is stopped; every failure ends in the error report.
 void RunEventLoop(Application& app);

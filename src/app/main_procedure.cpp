@@ -4,9 +4,31 @@
 #include "app/quit.h"
 #include "app/user_interface.h"
 #include "base/log.h"
+#include "document/portfolio.h"
 #include "settings/numbers.h"
 
 namespace tess {
+
+namespace {
+
+// The portfolio open at the last shutdown comes back when the user wants it to.
+void ReopenLastPortfolio(Application& app) {
+    UserInterface& ui = app.UI();
+    const AppSettings& setup = app.Setup();
+    if (setup.LastPortfolio.empty() || !setup.AutoLoad) {
+        ui.CloseSplash();
+        return;
+    }
+    auto portfolio = std::make_unique<Portfolio>(app.StationSun());
+    portfolio->SetFileName(setup.LastPortfolio);
+    ui.CloseSplash();
+    ui.ShowStatus("Loading...");
+    portfolio->LoadFile();
+    ui.HideStatus();
+    app.SetCurrentPortfolio(std::move(portfolio));
+}
+
+} // namespace
 
 int Main(Application& app) {
     UserInterface& ui = app.UI();
@@ -27,7 +49,7 @@ int Main(Application& app) {
     app.Zone().LoadTimeZoneLookup(app.PathInDirectory("timezone.txt"));
     app.MainWindow() = PlanMainWindow(app.Setup());
     ui.RedrawSplash();
-    ui.CloseSplash();
+    ReopenLastPortfolio(app);
     ui.UnloadSplash();
     app.StartUpdateTimer();
     app.SetStarting(false);

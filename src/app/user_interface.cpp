@@ -20,7 +20,11 @@ void UserInterface::ShowStatus(std::string_view message) {
 void UserInterface::UpdateStatus(int& counter) {
     if (++counter < 100) return;
     counter = 0;
-    status_text_ = NextStatusText(status_text_);
+    RedrawStatus(NextStatusText(status_text_));
+}
+
+void UserInterface::RedrawStatus(std::string_view text) {
+    status_text_ = text;
     if (status_visible_) DrawStatus(status_text_, StatusChange::Updated);
 }
 

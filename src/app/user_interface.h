@@ -47,6 +47,8 @@ public:
     void ShowStatus(std::string_view message);
     // Acts every 100th call, counted in `counter`: the dots grow, then start again.
     void UpdateStatus(int& counter);
+    // Shows a new text in the status window without showing it afresh.
+    void RedrawStatus(std::string_view text);
     void HideStatus();
     const std::string& StatusText() const { return status_text_; }
     bool StatusVisible() const { return status_visible_; }

@@ -1,14 +1,104 @@
 #include "document/portfolio.h"
 
+#include "base/error.h"
+
+#include <algorithm>
+
 namespace tess {
 
-void Portfolio::Unload() {
-    need_saving_ = false;
+namespace {
+
+[[noreturn]] void SubscriptError() {
+    throw TessError(ErrorNumber::SubscriptOutOfRange, "Subscript out of range");
 }
 
-// Placeholder until the document model exists: there is nothing to write yet.
-void Portfolio::SaveAll(bool) {
-    need_saving_ = false;
+} // namespace
+
+Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
+    for (int slot = 0; slot <= kCanvasSlots; ++slot)
+        canvases_[slot] = std::make_unique<tess::Canvas>(slot, sun);
+    for (int i = 0; i < kVideoFeeds; ++i) {
+        feeds_[i].SetVfWInput(i);
+        feeds_[i].SetRate(30);
+        feeds_[i].SetEnabled(false);
+        feeds_[i].SetNeedsSaving(false);
+    }
+}
+
+Portfolio::~Portfolio() = default;
+
+tess::Canvas& Portfolio::Canvas(int slot) {
+    if (slot < 0 || slot > kCanvasSlots) SubscriptError();
+    return *canvases_[slot];
+}
+
+const tess::Canvas& Portfolio::Canvas(int slot) const {
+    if (slot < 0 || slot > kCanvasSlots) SubscriptError();
+    return *canvases_[slot];
+}
+
+int Portfolio::FreeSlot(int allowed) const {
+    allowed = std::min(allowed, kCanvasSlots);
+    for (int slot = 1; slot <= allowed; ++slot)
+        if (canvases_[slot]->FileName().empty()) return slot;
+    return 0;
+}
+
+tess::VideoFeed& Portfolio::VideoFeed(int index) {
+    if (index < 0 || index >= kVideoFeeds) SubscriptError();
+    return feeds_[index];
+}
+
+void Portfolio::ResetCanvas(int slot) {
+    if (slot < 0 || slot > kCanvasSlots) SubscriptError();
+    canvases_[slot] = std::make_unique<tess::Canvas>(slot, *sun_);
+}
+
+// Canvases count only while they are open: a closed one is neither listed nor saved.
+bool Portfolio::NeedSaving() const {
+    if (need_saving_ || karvell_.NeedsSaving() || web_server_.NeedsSaving() ||
+        script_.NeedsSaving()) {
+        return true;
+    }
+    if (std::any_of(feeds_.begin(), feeds_.end(), [](auto& f) { return f.NeedsSaving(); }))
+        return true;
+    return std::any_of(canvases_.begin() + 1, canvases_.end(), [](auto& c) {
+        return !c->FileName().empty() && c->Enabled() && c->NeedSaving();
+    });
+}
+
+// Clearing covers what the portfolio file holds; each canvas clears its own when saved.
+void Portfolio::SetNeedSaving(bool value) {
+    need_saving_ = value;
+    if (value) return;
+    karvell_.SetNeedsSaving(false);
+    web_server_.SetNeedsSaving(false);
+    script_.SetNeedsSaving(false);
+    for (auto& feed : feeds_)
+        feed.SetNeedsSaving(false);
+}
+
+bool Portfolio::SaveCanvases() {
+    bool ok = true;
+    for (int slot = 1; slot <= kCanvasSlots; ++slot) {
+        tess::Canvas& canvas = *canvases_[slot];
+        if (!canvas.FileName().empty() && canvas.Enabled() && canvas.NeedSaving())
+            ok &= canvas.SaveFile();
+    }
+    return ok;
+}
+
+// Whatever can run is switched off first, so that what it holds open goes with it.
+void Portfolio::Unload() {
+    for (auto& canvas : canvases_) {
+        canvas->SetEnabled(false);
+        canvas->SetVisible(false);
+    }
+    for (auto& feed : feeds_)
+        feed.SetEnabled(false);
+    web_server_.SetEnabled(false);
+    script_.SetEnabled(false);
+    SetNeedSaving(false);
 }
 
 } // namespace tess

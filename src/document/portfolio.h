@@ -1,29 +1,113 @@
 #pragma once
 
-// The open document: canvases, feeds, weather input, web server and script. This is the part
-// start-up and shutdown rely on; the file format and the objects it owns are added with the
-// document model.
+// The open document: twenty canvas slots, ten video feeds, the weather input, the web server
+// and the script's settings, kept in one portfolio file (".por"). Exactly one is open at a
+// time; the file commands create, load, save and release it.
 
+#include "capture/video_feed.h"
+#include "document/canvas.h"
+#include "document/script_settings.h"
+#include "publish/web_server.h"
+#include "settings/ini.h"
+#include "weather/karvell.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tess {
 
+class SunTimes;
+
 class Portfolio {
 public:
+    static constexpr int kCanvasSlots = 20; // slots 1..20; slot 0 exists but is never offered
+    static constexpr int kVideoFeeds = 10;  // feeds 0..9, one per capture driver index
+
+    explicit Portfolio(SunTimes& sun);
+    ~Portfolio();
+    Portfolio(const Portfolio&) = delete;
+    Portfolio& operator=(const Portfolio&) = delete;
+
+    // The portfolio file, as given; empty for a portfolio never saved.
     const std::string& FileName() const { return file_name_; }
     void SetFileName(std::string file_name) { file_name_ = std::move(file_name); }
 
-    bool NeedSaving() const { return need_saving_; }
-    void SetNeedSaving(bool value) { need_saving_ = value; }
-
-    // Stops and releases everything the portfolio owns; it is not used afterwards.
+    // Reads the file: the weather input first, then the canvases (each canvas file loaded),
+    // the video feeds that name a device, the web server, and the script settings last, so
+    // that scripting starts with everything else in place. A missing file gives all defaults
+    // and no canvases. NeedSaving is false afterwards.
+    void LoadFile();
+    // Writes the portfolio file (not the canvases); false when it could not be written.
+    bool SaveFile();
+    // Saves every canvas in use that is enabled and has changes; false when one of them
+    // could not be written.
+    bool SaveCanvases();
+    // A fresh canvas with its defaults in the slot.
+    void ResetCanvas(int slot);
+    // Releases everything the portfolio owns; it is not used afterwards.
     void Unload();
-    // Writes the portfolio file and its changed canvases (all of them with `force_all`).
-    void SaveAll(bool force_all);
+
+    // Slot 0..20; anything else raises a subscript error.
+    tess::Canvas& Canvas(int slot);
+    const tess::Canvas& Canvas(int slot) const;
+    // The first slot 1..`allowed` whose canvas has no file, or 0 when all are in use.
+    int FreeSlot(int allowed) const;
+
+    // Feed 0..9; anything else raises a subscript error.
+    tess::VideoFeed& VideoFeed(int index);
+    tess::Karvell& Karvell() { return karvell_; }
+    tess::WebServer& WebServer() { return web_server_; }
+    ScriptSettings& Script() { return script_; }
+
+    // True after any change to the portfolio, its canvases or the objects it owns.
+    bool NeedSaving() const;
+    void SetNeedSaving(bool value);
+
+    std::int32_t CanvasesOpen() const { return canvases_open_; }
+    void SetCanvasesOpen(std::int32_t value) { canvases_open_ = value; }
+    // The slot 1..20 the canvas commands act on.
+    std::int32_t ActiveCanvas() const { return active_canvas_; }
+    void SetActiveCanvas(std::int32_t value) {
+        StoreLimited(active_canvas_, value, 1, kCanvasSlots);
+    }
+    std::int32_t ShadowIntensity() const { return shadow_intensity_; }
+    void SetShadowIntensity(std::int32_t value) { shadow_intensity_ = value; }
+    // The "now" of the current update tick; every decision of the tick uses it.
+    double CaptureTime() const { return capture_time_; }
+    void SetCaptureTime(double value) { capture_time_ = value; }
+    // When the latest video frame arrived.
+    double FrameTime() const { return frame_time_; }
 
 private:
+    void LoadKarvell();
+    void SaveKarvell();
+    void LoadCanvases();
+    void SaveCanvasList();
+    void LoadVideoFeeds();
+    void SaveVideoFeeds();
+    void LoadWebServer();
+    void SaveWebServer();
+    void LoadScripting();
+    void SaveScripting();
+    void NoteWrite(bool ok) { writes_ok_ &= ok; }
+
+    SunTimes* sun_;
     std::string file_name_;
+    INI ini_;
+    bool writes_ok_ = true;
+    std::array<std::unique_ptr<tess::Canvas>, kCanvasSlots + 1> canvases_;
+    std::array<tess::VideoFeed, kVideoFeeds> feeds_;
+    tess::Karvell karvell_;
+    tess::WebServer web_server_;
+    ScriptSettings script_;
     bool need_saving_ = false;
+    std::int32_t canvases_open_ = 0;
+    std::int32_t active_canvas_ = 1;
+    std::int32_t shadow_intensity_ = 30;
+    double capture_time_ = 0;
+    double frame_time_ = 0;
 };
 
 } // namespace tess

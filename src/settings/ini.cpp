@@ -47,6 +47,10 @@ bool INI::SetKey(std::string_view section, std::string_view key, std::string_vie
     return file_->Write(section, key, text);
 }
 
+bool INI::DeleteSection(std::string_view section) {
+    return file_ && file_->RemoveSection(section);
+}
+
 IniBatch::IniBatch(const INI& ini) : file_(ini.file_) {
     if (file_) file_->BeginBatch();
 }

@@ -28,6 +28,8 @@ public:
                        std::string_view def);
     // Stores the value with quotes written as "&34". False when the file could not be written.
     bool SetKey(std::string_view section, std::string_view key, std::string_view value);
+    // Removes a whole section; false when the file could not be written.
+    bool DeleteSection(std::string_view section);
 
 private:
     friend class IniBatch;

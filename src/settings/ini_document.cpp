@@ -186,4 +186,23 @@ bool IniDocument::Set(std::string_view section, std::string_view key, std::strin
     return true;
 }
 
+bool IniDocument::RemoveSection(std::string_view section) {
+    std::string name = ToLowerAscii(Trim(section));
+    auto found = index_.find(name);
+    if (found == index_.end() || found->second == 0) return false;
+    const std::size_t at = found->second;
+    // The section stays in place as an empty entry, so the positions the index holds for the
+    // other sections remain valid; it serialises to nothing.
+    sections_[at] = Section{};
+    index_.erase(found);
+    for (std::size_t i = at + 1; i < sections_.size(); ++i) {
+        auto header = HeaderName(sections_[i].header.text);
+        if (header && ToLowerAscii(*header) == name) {
+            index_.emplace(name, i); // a later section of the same name now comes first
+            break;
+        }
+    }
+    return true;
+}
+
 } // namespace tess

@@ -28,6 +28,8 @@ public:
     // not be read back as written (a key starting with "[" or holding "=", a section holding
     // "]", a line break anywhere) are refused and change nothing.
     bool Set(std::string_view section, std::string_view key, std::string_view value);
+    // Removes the first section of the name with all its lines; true when there was one.
+    bool RemoveSection(std::string_view section);
 
 private:
     enum class Eol : std::uint8_t { None, Lf, CrLf };

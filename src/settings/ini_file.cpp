@@ -78,6 +78,13 @@ bool IniFile::Write(std::string_view section, std::string_view key, std::string_
     return batch_depth_ > 0 || Flush();
 }
 
+bool IniFile::RemoveSection(std::string_view section) {
+    if (batch_depth_ == 0) Refresh();
+    if (unreadable_) return false;
+    dirty_ |= doc_.RemoveSection(section);
+    return batch_depth_ > 0 || Flush();
+}
+
 bool IniFile::Flush() {
     if (!dirty_) return true;
     std::string error;

@@ -22,6 +22,7 @@ public:
     const std::string& Path() const { return path_; }
     std::optional<std::string> Read(std::string_view section, std::string_view key);
     bool Write(std::string_view section, std::string_view key, std::string_view value);
+    bool RemoveSection(std::string_view section);
 
     void BeginBatch();
     bool EndBatch();

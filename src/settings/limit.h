@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <utility>
 
 namespace tess {
 
@@ -14,6 +15,23 @@ void Limit(T& value, Lo minimum, Hi maximum) {
 // The fractional part, such as the time of day of a date.
 inline double FP(double value) {
     return value - std::floor(value);
+}
+
+// Stores a new value and tells whether it differs from the old one, so that a setter marks
+// its object as needing saving only on a real change.
+template <typename T, typename V>
+bool StoreIfChanged(T& field, V&& value) {
+    if (field == value) return false;
+    field = std::forward<V>(value);
+    return true;
+}
+
+// The same for a setting with a range: the value is clamped first, so writing something out
+// of range that clamps to the stored value changes nothing.
+template <typename T, typename Lo, typename Hi>
+bool StoreLimited(T& field, T value, Lo minimum, Hi maximum) {
+    Limit(value, minimum, maximum);
+    return StoreIfChanged(field, value);
 }
 
 } // namespace tess

@@ -66,10 +66,12 @@ public:
     std::string Description() const;
 
     // The nine settings under their own key names in `section`, in the order canvas files
-    // keep them; missing keys are written with their defaults. Loading leaves NeedsSaving
-    // false; saving leaves it to the owner, who knows when the file was written.
+    // keep them; missing keys are written with their defaults, and a value that is not a
+    // number reads as 0 with a warning. Loading leaves NeedsSaving false; saving leaves it to
+    // the owner, who knows when the file was written. Saving returns false when the file
+    // could not be written.
     void LoadSettings(INI& ini, std::string_view section);
-    void SaveSettings(INI& ini, std::string_view section) const;
+    bool SaveSettings(INI& ini, std::string_view section) const;
 
 private:
     double End(std::int32_t mode, double time, double sunrise_offset, double sunset_offset) const;

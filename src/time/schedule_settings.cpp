@@ -1,6 +1,7 @@
 // Loading and saving a schedule's nine settings in a canvas file section.
 
 #include "settings/ini.h"
+#include "settings/ini_section.h"
 #include "settings/numbers.h"
 #include "time/schedule.h"
 
@@ -8,32 +9,32 @@ namespace tess {
 
 void Schedule::LoadSettings(INI& ini, std::string_view section) {
     IniBatch batch(ini);
-    auto get = [&](std::string_view key) {
-        return ini.GetKey(section, key, WriteDefault::Yes, "0");
-    };
-    SetScheduleMode(Str2LngNI(get("ScheduleMode")));
-    SetStartMode(Str2LngNI(get("StartMode")));
-    SetStopMode(Str2LngNI(get("StopMode")));
-    SetStartAbsoluteTime(Str2DateNI(get("StartAbsoluteTime")));
-    SetStartSunriseOffset(Str2DblNI(get("StartSunriseOffset")));
-    SetStartSunsetOffset(Str2DblNI(get("StartSunsetOffset")));
-    SetStopAbsoluteTime(Str2DateNI(get("StopAbsoluteTime")));
-    SetStopSunriseOffset(Str2DblNI(get("StopSunriseOffset")));
-    SetStopSunsetOffset(Str2DblNI(get("StopSunsetOffset")));
+    IniSection keys(ini, section);
+    SetScheduleMode(keys.Long("ScheduleMode", "0"));
+    SetStartMode(keys.Long("StartMode", "0"));
+    SetStopMode(keys.Long("StopMode", "0"));
+    SetStartAbsoluteTime(keys.Date("StartAbsoluteTime", "0"));
+    SetStartSunriseOffset(keys.Double("StartSunriseOffset", "0"));
+    SetStartSunsetOffset(keys.Double("StartSunsetOffset", "0"));
+    SetStopAbsoluteTime(keys.Date("StopAbsoluteTime", "0"));
+    SetStopSunriseOffset(keys.Double("StopSunriseOffset", "0"));
+    SetStopSunsetOffset(keys.Double("StopSunsetOffset", "0"));
     SetNeedsSaving(false);
 }
 
-void Schedule::SaveSettings(INI& ini, std::string_view section) const {
+bool Schedule::SaveSettings(INI& ini, std::string_view section) const {
     IniBatch batch(ini);
-    ini.SetKey(section, "ScheduleMode", CStrNI(ScheduleMode()));
-    ini.SetKey(section, "StartMode", CStrNI(StartMode()));
-    ini.SetKey(section, "StopMode", CStrNI(StopMode()));
-    ini.SetKey(section, "StartAbsoluteTime", FormatNI(StartAbsoluteTime(), "HH:MM:SS"));
-    ini.SetKey(section, "StartSunriseOffset", CStrNI(StartSunriseOffset()));
-    ini.SetKey(section, "StartSunsetOffset", CStrNI(StartSunsetOffset()));
-    ini.SetKey(section, "StopAbsoluteTime", FormatNI(StopAbsoluteTime(), "HH:MM:SS"));
-    ini.SetKey(section, "StopSunriseOffset", CStrNI(StopSunriseOffset()));
-    ini.SetKey(section, "StopSunsetOffset", CStrNI(StopSunsetOffset()));
+    IniSection keys(ini, section);
+    keys.SetLong("ScheduleMode", ScheduleMode());
+    keys.SetLong("StartMode", StartMode());
+    keys.SetLong("StopMode", StopMode());
+    keys.SetText("StartAbsoluteTime", FormatNI(StartAbsoluteTime(), "HH:MM:SS"));
+    keys.SetDouble("StartSunriseOffset", StartSunriseOffset());
+    keys.SetDouble("StartSunsetOffset", StartSunsetOffset());
+    keys.SetText("StopAbsoluteTime", FormatNI(StopAbsoluteTime(), "HH:MM:SS"));
+    keys.SetDouble("StopSunriseOffset", StopSunriseOffset());
+    keys.SetDouble("StopSunsetOffset", StopSunsetOffset());
+    return keys.WritesOk();
 }
 
 } // namespace tess

@@ -29,7 +29,7 @@ TEST(Quit, CancelKeepsTheProgramAndItsTimerRunning) {
     ScriptedUI ui;
     Application app(ui, dir.Path());
     ASSERT_EQ(Main(app), 0);
-    auto portfolio = std::make_unique<Portfolio>();
+    auto portfolio = std::make_unique<Portfolio>(app.StationSun());
     portfolio->SetNeedSaving(true);
     app.SetCurrentPortfolio(std::move(portfolio));
 
@@ -67,7 +67,7 @@ TEST(Quit, NothingToSaveAsksNothingAndAQuitDuringStartUpWaitsForIt) {
     app.SetStarting(false);
 
     ASSERT_EQ(Main(app), 0); // Main clears the request at its start
-    app.SetCurrentPortfolio(std::make_unique<Portfolio>());
+    app.SetCurrentPortfolio(std::make_unique<Portfolio>(app.StationSun()));
     EXPECT_TRUE(RequestQuit(app));
     for (const auto& shown : ui.Record())
         EXPECT_NE(shown.kind, "question");

@@ -1,0 +1,19 @@
+#pragma once
+
+// Small pieces the file commands share.
+
+#include <string>
+#include <string_view>
+
+namespace tess {
+
+class UserInterface;
+
+// Tells the user that a settings file could not be written; the log holds the reason.
+void ReportSaveFailure(UserInterface& ui, std::string_view path);
+// True when the chosen file exists; otherwise the user is told and false is returned.
+bool ExistingFile(UserInterface& ui, const std::string& path, std::string_view caption);
+// The folder of a file, for starting a dialog there; empty when the path has none.
+std::string DirectoryOf(const std::string& path);
+
+} // namespace tess

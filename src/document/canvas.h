@@ -1,0 +1,264 @@
+#pragma once
+
+// One canvas of the portfolio: a picture of a fixed size on which text and graphic items are
+// laid over a background colour, and the outputs that publish it (fixed and sequential JPEG
+// files, the desktop background, an FTP push and the built-in web server), each with its
+// own daily schedule. All of it is kept in one canvas file (".can").
+
+#include "document/graphic_item.h"
+#include "document/text_item.h"
+#include "publish/canvas_web_server.h"
+#include "publish/ftp_push.h"
+#include "settings/ini.h"
+#include "settings/limit.h"
+#include "time/schedule.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace tess {
+
+class IniSection;
+class SunTimes;
+
+class Canvas {
+public:
+    // A canvas holds its items under these indexes, from 1 up.
+    static constexpr int kMaxText = 101;
+    static constexpr int kMaxGraphic = 100;
+    static constexpr std::int32_t kMaxDimension = 8192;
+    static constexpr double kMaxRate = 86400;
+    static constexpr std::int32_t kMaxBaseTime = 86400;
+    static constexpr std::int32_t kMaxCascadeCount = 9999; // numbered "0001".."9999"
+    static constexpr std::int32_t kLastCascadeMode = 1;
+    static constexpr std::int32_t kLastSequentialType = 1;
+    static constexpr std::int32_t kMaxSequentialNumber = 99999999;
+
+    // `canvas_value` is the canvas's slot in the portfolio; it names its default files.
+    Canvas(std::int32_t canvas_value, SunTimes& sun);
+    ~Canvas();
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
+
+    std::int32_t CanvasValue() const { return canvas_value_; }
+
+    // The canvas file, as the portfolio file holds it; "\" is kept and converted when used.
+    const std::string& FileName() const { return file_name_; }
+    void SetFileName(std::string value) { file_name_ = std::move(value); }
+
+    // Reads every section and item of the canvas file, writing back the defaults of missing
+    // keys; a file that does not exist gives all defaults and is created. False when the
+    // file could not be written.
+    bool LoadFile();
+    // Writes every setting and every item; false when the file could not be written.
+    bool SaveFile();
+    void LoadText();
+    void SaveText();
+    void LoadGraphics();
+    void SaveGraphics();
+
+    // --- General ---
+    const std::string& Name() const { return name_; }
+    void SetName(std::string value) { Mark(StoreIfChanged(name_, std::move(value))); }
+    std::int32_t Width() const { return width_; }
+    std::int32_t Height() const { return height_; }
+    void SetWidthHeight(std::int32_t width, std::int32_t height);
+    // The window may not resize the picture.
+    bool SizeLocked() const { return size_locked_; }
+    void SetSizeLocked(bool value) { Mark(StoreIfChanged(size_locked_, value)); }
+    // The canvas window: 0 normal, 1 minimized, 2 maximized.
+    std::int32_t WindowState() const { return window_state_; }
+    void SetWindowState(std::int32_t value) { Mark(StoreLimited(window_state_, value, 0, 2)); }
+    std::int32_t Left() const { return left_; }
+    void SetLeft(std::int32_t value) { Mark(StoreIfChanged(left_, value)); }
+    std::int32_t Top() const { return top_; }
+    void SetTop(std::int32_t value) { Mark(StoreIfChanged(top_, value)); }
+    // 0 a window inside the main window, 1 a free-standing window.
+    std::int32_t FormType() const { return form_type_; }
+    void SetFormType(std::int32_t value) { Mark(StoreLimited(form_type_, value, 0, 1)); }
+    // Darkness of the items' shadows, percent.
+    std::int32_t ShadowIntensity() const { return shadow_intensity_; }
+    void SetShadowIntensity(std::int32_t value) {
+        Mark(StoreLimited(shadow_intensity_, value, 0, 100));
+    }
+    std::uint32_t BackgroundColor() const { return background_color_; } // 0x00BBGGRR
+    void SetBackgroundColor(std::uint32_t value) {
+        Mark(StoreIfChanged(background_color_, std::min(value, 0xFFFFFFu)));
+    }
+
+    // --- Fixed file, with its cascade of older copies ---
+    bool FixedEnabled() const { return fixed_enabled_; }
+    void SetFixedEnabled(bool value) { Mark(StoreIfChanged(fixed_enabled_, value)); }
+    double FixedRate() const { return fixed_rate_; }
+    void SetFixedRate(double value) { Mark(StoreLimited(fixed_rate_, value, 0.0, kMaxRate)); }
+    std::int32_t FixedBaseTime() const { return fixed_base_time_; }
+    void SetFixedBaseTime(std::int32_t value) {
+        Mark(StoreLimited(fixed_base_time_, value, 0, kMaxBaseTime));
+    }
+    const std::string& FixedFileName() const { return fixed_file_name_; }
+    void SetFixedFileName(std::string value) {
+        Mark(StoreIfChanged(fixed_file_name_, std::move(value)));
+    }
+    std::int32_t FixedQuality() const { return fixed_quality_; }
+    void SetFixedQuality(std::int32_t value) { Mark(StoreLimited(fixed_quality_, value, 0, 100)); }
+    bool CascadeEnabled() const { return cascade_enabled_; }
+    void SetCascadeEnabled(bool value) { Mark(StoreIfChanged(cascade_enabled_, value)); }
+    std::int32_t CascadeCount() const { return cascade_count_; }
+    void SetCascadeCount(std::int32_t value) {
+        Mark(StoreLimited(cascade_count_, value, 1, kMaxCascadeCount));
+    }
+    std::int32_t CascadeMode() const { return cascade_mode_; }
+    void SetCascadeMode(std::int32_t value) {
+        Mark(StoreLimited(cascade_mode_, value, 0, kLastCascadeMode));
+    }
+
+    // --- Sequential files ---
+    bool SequentialEnabled() const { return sequential_enabled_; }
+    void SetSequentialEnabled(bool value) { Mark(StoreIfChanged(sequential_enabled_, value)); }
+    double SequentialRate() const { return sequential_rate_; }
+    void SetSequentialRate(double value) {
+        Mark(StoreLimited(sequential_rate_, value, 0.0, kMaxRate));
+    }
+    std::int32_t SequentialBaseTime() const { return sequential_base_time_; }
+    void SetSequentialBaseTime(std::int32_t value) {
+        Mark(StoreLimited(sequential_base_time_, value, 0, kMaxBaseTime));
+    }
+    const std::string& SequentialDirectory() const { return sequential_directory_; }
+    void SetSequentialDirectory(std::string value) {
+        Mark(StoreIfChanged(sequential_directory_, std::move(value)));
+    }
+    // Which of the two naming schemes (time-stamped or numbered) sequential files use.
+    std::int32_t SequentialType() const { return sequential_type_; }
+    void SetSequentialType(std::int32_t value) {
+        Mark(StoreLimited(sequential_type_, value, 0, kLastSequentialType));
+    }
+    std::int32_t SequentialNumber() const { return sequential_number_; }
+    void SetSequentialNumber(std::int32_t value) {
+        Mark(StoreLimited(sequential_number_, value, 0, kMaxSequentialNumber));
+    }
+    std::int32_t SequentialQuality() const { return sequential_quality_; }
+    void SetSequentialQuality(std::int32_t value) {
+        Mark(StoreLimited(sequential_quality_, value, 0, 100));
+    }
+
+    // --- Desktop background ---
+    bool BackgroundEnabled() const { return background_enabled_; }
+    void SetBackgroundEnabled(bool value) { Mark(StoreIfChanged(background_enabled_, value)); }
+    double BackgroundRate() const { return background_rate_; }
+    void SetBackgroundRate(double value) {
+        Mark(StoreLimited(background_rate_, value, 0.0, kMaxRate));
+    }
+    std::int32_t BackgroundBaseTime() const { return background_base_time_; }
+    void SetBackgroundBaseTime(std::int32_t value) {
+        Mark(StoreLimited(background_base_time_, value, 0, kMaxBaseTime));
+    }
+
+    Schedule& FixedSchedule() { return fixed_schedule_; }
+    Schedule& SequentialSchedule() { return sequential_schedule_; }
+    Schedule& BackgroundSchedule() { return background_schedule_; }
+    tess::FTPPush& FTPPush() { return ftp_push_; }
+    tess::CanvasWebServer& CanvasWebServer() { return web_server_; }
+
+    // --- Items ---
+    // The item with that index, or null when there is none (or the index is out of range).
+    TextItem* Text(int index);
+    GraphicItem* Graphic(int index);
+    // A new item with its defaults under a free index 1..kMaxText (..kMaxGraphic); an index
+    // out of range or taken raises a subscript error.
+    TextItem& AddText(int index);
+    GraphicItem& AddGraphic(int index);
+    // The item's section is removed from the file at the next save.
+    void RemoveText(int index);
+    void RemoveGraphic(int index);
+
+    // Shown in a window, and composed and published on the update timer. Neither is kept in
+    // the canvas file: the portfolio file's list of canvases says which are open.
+    bool Visible() const { return visible_; }
+    void SetVisible(bool value) { visible_ = value; }
+    bool Enabled() const { return enabled_; }
+    void SetEnabled(bool value) { enabled_ = value; }
+
+    // True when any setting, schedule or item changed since the file was loaded or saved.
+    bool NeedSaving() const;
+    void SetNeedSaving(bool value);
+
+private:
+    template <typename Item, std::size_t N>
+    struct ItemTable {
+        std::array<std::unique_ptr<Item>, N + 1> items; // [0] unused
+        std::array<bool, N + 1> removed{};
+    };
+
+    void Mark(bool changed) { need_saving_ |= changed; }
+    void LoadGeneral();
+    void SaveGeneral();
+    void LoadCapture();
+    void SaveCapture();
+    void LoadBackgroundOutput();
+    void SaveBackgroundOutput();
+    void LoadFTPPush();
+    void SaveFTPPush();
+    void LoadWebServer();
+    void SaveWebServer();
+    template <typename Item, std::size_t N>
+    void LoadItems(ItemTable<Item, N>& table, const char* prefix);
+    template <typename Item, std::size_t N>
+    void SaveItems(ItemTable<Item, N>& table, const char* prefix);
+    void NoteWrite(bool ok) { writes_ok_ &= ok; }
+
+    std::int32_t canvas_value_;
+    SunTimes* sun_;
+    std::string file_name_;
+    INI ini_;
+    bool writes_ok_ = true;
+
+    std::string name_;
+    std::int32_t width_ = 320;
+    std::int32_t height_ = 240;
+    bool size_locked_ = false;
+    std::int32_t window_state_ = 2;
+    std::int32_t left_ = 0;
+    std::int32_t top_ = 0;
+    std::int32_t form_type_ = 0;
+    std::int32_t shadow_intensity_ = 30;
+    std::uint32_t background_color_ = 0xFFFFFF;
+
+    bool fixed_enabled_ = false;
+    double fixed_rate_ = 60;
+    std::int32_t fixed_base_time_ = 0;
+    std::string fixed_file_name_ = "images\\fixed.jpg";
+    std::int32_t fixed_quality_ = 80;
+    bool cascade_enabled_ = false;
+    std::int32_t cascade_count_ = 100;
+    std::int32_t cascade_mode_ = 0;
+
+    bool sequential_enabled_ = false;
+    double sequential_rate_ = 60;
+    std::int32_t sequential_base_time_ = 0;
+    std::string sequential_directory_ = "sequential\\";
+    std::int32_t sequential_type_ = 0;
+    std::int32_t sequential_number_ = 0;
+    std::int32_t sequential_quality_ = 80;
+
+    bool background_enabled_ = false;
+    double background_rate_ = 60;
+    std::int32_t background_base_time_ = 0;
+
+    Schedule fixed_schedule_;
+    Schedule sequential_schedule_;
+    Schedule background_schedule_;
+    tess::FTPPush ftp_push_;
+    tess::CanvasWebServer web_server_;
+
+    ItemTable<TextItem, kMaxText> texts_;
+    ItemTable<GraphicItem, kMaxGraphic> graphics_;
+
+    bool visible_ = false;
+    bool enabled_ = false;
+    bool need_saving_ = false;
+};
+
+} // namespace tess

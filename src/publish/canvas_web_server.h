@@ -1,0 +1,74 @@
+#pragma once
+
+// The settings under which the built-in web server serves one canvas's picture: the request
+// path that names it, how long one encoding is reused, its JPEG quality, the picture served
+// while its daily window is closed, and that window.
+
+#include "settings/limit.h"
+#include "time/schedule.h"
+
+#include <cstdint>
+#include <string>
+
+namespace tess {
+
+class SunTimes;
+
+class CanvasWebServer {
+public:
+    static constexpr double kMaxInterval = 60;
+
+    explicit CanvasWebServer(SunTimes& sun) : schedule_(sun) {}
+
+    bool Enabled() const { return enabled_; }
+    void SetEnabled(bool value) { Mark(StoreIfChanged(enabled_, value)); }
+
+    // The request path, without a leading "/", matched without regard to case.
+    const std::string& FileName() const { return file_name_; }
+    void SetFileName(std::string value) { Mark(StoreIfChanged(file_name_, std::move(value))); }
+
+    // Seconds an encoded picture is reused, 0..60; 0 encodes for every request.
+    double Interval() const { return interval_; }
+    void SetInterval(double value) { Mark(StoreLimited(interval_, value, 0.0, kMaxInterval)); }
+
+    std::int32_t Quality() const { return quality_; }
+    void SetQuality(std::int32_t value) { Mark(StoreLimited(quality_, value, 1, 100)); }
+
+    // Served instead of the canvas while the schedule is off.
+    const std::string& OffScheduleFile() const { return off_schedule_file_; }
+    void SetOffScheduleFile(std::string value) {
+        Mark(StoreIfChanged(off_schedule_file_, std::move(value)));
+    }
+
+    tess::Schedule& Schedule() { return schedule_; }
+    const tess::Schedule& Schedule() const { return schedule_; }
+
+    std::int32_t CanvasIndex() const { return canvas_index_; }
+    void SetCanvasIndex(std::int32_t value) {
+        canvas_index_ = value;
+        schedule_.SetCanvasIndex(value);
+    }
+
+    // Every default back, the schedule all day.
+    void Reset();
+
+    bool NeedsSaving() const { return needs_saving_ || schedule_.NeedsSaving(); }
+    void SetNeedsSaving(bool value) {
+        needs_saving_ = value;
+        if (!value) schedule_.SetNeedsSaving(false);
+    }
+
+private:
+    void Mark(bool changed) { needs_saving_ |= changed; }
+
+    bool enabled_ = false;
+    std::string file_name_;
+    double interval_ = 0;
+    std::int32_t quality_ = 80;
+    std::string off_schedule_file_ = "offair.jpg";
+    tess::Schedule schedule_;
+    std::int32_t canvas_index_ = 0;
+    bool needs_saving_ = false;
+};
+
+} // namespace tess
