@@ -7,6 +7,7 @@
 
 #include "document/graphic_item.h"
 #include "document/text_item.h"
+#include "imaging/dib.h"
 #include "publish/canvas_web_server.h"
 #include "publish/ftp_push.h"
 #include "settings/ini.h"
@@ -185,6 +186,10 @@ public:
     bool NeedSaving() const;
     void SetNeedSaving(bool value);
 
+    // The composed picture that is shown, saved and published; empty until first composed.
+    tess::DIB& ComposedDIB() { return composed_; }
+    const tess::DIB& ComposedDIB() const { return composed_; }
+
 private:
     template <typename Item, std::size_t N>
     struct ItemTable {
@@ -259,6 +264,7 @@ private:
     bool visible_ = false;
     bool enabled_ = false;
     bool need_saving_ = false;
+    tess::DIB composed_;
 };
 
 } // namespace tess
