@@ -68,6 +68,8 @@ public:
     const JpegBytes& JPEGData(double now);
     // When the kept picture was encoded; 0 before the first.
     double LastModified() const { return last_modified_; }
+    // Would JPEGData(now) encode?
+    bool EncodingDue(double now) const;
 
     // Every default back, the schedule all day, the kept picture dropped.
     void Reset();
@@ -80,7 +82,6 @@ public:
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }
-    bool EncodingDue(double now) const;
 
     bool enabled_ = false;
     std::string file_name_;

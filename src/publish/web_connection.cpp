@@ -63,6 +63,7 @@ void WebConnection::ForceClose() {
     state_ = kFree;
     buffer_.clear();
     keep_alive_ = false;
+    held_ = false;
     file_left_ = 0;
 }
 
@@ -104,7 +105,17 @@ void WebConnection::Answer(const std::string& path) {
     auto io = io_;
     server_.NotifyWebRequest(address_, path);
     if (io_ != io) return; // the script's handler closed this connection or the server
-    Send(AnswerWebRequest(server_.ReplyContext(*this), path));
+    WebReplyContext context = server_.ReplyContext(*this);
+    if (!AnswerNeedsEncoding(context, path)) return Send(AnswerWebRequest(context, path));
+    held_ = true;
+    held_path_ = path;
+    server_.HoldForEncoding(*this);
+}
+
+void WebConnection::AnswerHeldRequest() {
+    if (!held_) return; // closed meanwhile
+    held_ = false;
+    Send(AnswerWebRequest(server_.ReplyContext(*this), held_path_));
 }
 
 void WebConnection::Send(WebReply reply) {

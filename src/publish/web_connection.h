@@ -43,6 +43,8 @@ public:
     void TakeConnection(asio::ip::tcp::socket socket, double now);
     // Closes the socket; the member is free again.
     void ForceClose();
+    // The server's turn for a request held back because its answer encodes a picture.
+    void AnswerHeldRequest();
 
 private:
     struct Io;
@@ -66,6 +68,8 @@ private:
     std::string buffer_;
     bool keep_alive_ = false;
     std::string address_;
+    bool held_ = false; // waiting in the server's queue of answers that encode
+    std::string held_path_;
     std::uint64_t file_left_ = 0; // bytes of the file being sent not yet read
     std::shared_ptr<Io> io_;
 };

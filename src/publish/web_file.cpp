@@ -82,7 +82,7 @@ WebFile WebFile::Open(std::string_view web_path, std::string_view path) {
         return {};
     }
     std::string folder = PathFromSettings(web_path);
-    if (folder.empty()) folder = ".";
+    if (folder.empty()) folder.push_back('.'); // the current folder
     std::string real_folder, real_file;
     if (!RealPath(folder, real_folder) || !RealPath(folder + "/" + decoded, real_file)) return {};
     if (!Inside(real_folder, real_file)) return {};

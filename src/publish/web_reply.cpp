@@ -33,15 +33,27 @@ WebReply PictureReply(const WebReplyContext& context, CanvasWebServer& canvas) {
     return reply;
 }
 
+CanvasWebServer* ServedCanvas(const WebReplyContext& context, std::string_view path) {
+    if (path.empty() || !context.find_canvas || !*context.find_canvas) return nullptr;
+    return (*context.find_canvas)(path);
+}
+
+std::string_view WithoutQuery(std::string_view path) {
+    return path.substr(0, path.find('?'));
+}
+
 } // namespace
 
+bool AnswerNeedsEncoding(const WebReplyContext& context, std::string_view path) {
+    CanvasWebServer* canvas = ServedCanvas(context, WithoutQuery(path));
+    return canvas && canvas->EncodingDue(context.now);
+}
+
 WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path) {
-    path = path.substr(0, path.find('?'));
-    if (!path.empty() && context.find_canvas && *context.find_canvas) {
-        if (CanvasWebServer* canvas = (*context.find_canvas)(path)) {
-            if (canvas->Schedule().EnableNow(context.now)) return PictureReply(context, *canvas);
-            return FileReply(context, canvas->OffScheduleFile());
-        }
+    path = WithoutQuery(path);
+    if (CanvasWebServer* canvas = ServedCanvas(context, path)) {
+        if (canvas->Schedule().EnableNow(context.now)) return PictureReply(context, *canvas);
+        return FileReply(context, canvas->OffScheduleFile());
     }
     if (!context.allow_non_canvas_serves) return NotFound(context);
     return FileReply(context, path);

@@ -36,4 +36,8 @@ struct WebReplyContext {
 // files of the web folder when those are allowed; the empty path is "index.htm".
 WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path);
 
+// True when answering `path` would encode a canvas picture first: milliseconds of work, which
+// the server spreads out so that its timers keep running.
+bool AnswerNeedsEncoding(const WebReplyContext& context, std::string_view path);
+
 } // namespace tess

@@ -6,7 +6,10 @@
 #include "publish/web_listener.h"
 #include "time/clock.h"
 
+#include <deque>
 #include <vector>
+
+#include <asio/post.hpp>
 
 namespace tess {
 
@@ -21,13 +24,21 @@ constexpr std::string_view kStartErrorCaption = "Web Start Error";
 
 struct WebServer::Runtime {
     Runtime(asio::io_context& l, WebServerHooks h) : loop(l), hooks(std::move(h)) {}
+    ~Runtime();
 
     asio::io_context& loop;
     WebServerHooks hooks;
     std::vector<std::unique_ptr<WebConnection>> pool;
     std::shared_ptr<WebListener> listener; // while listening
     WebDateCache dates;
+    std::deque<int> held;     // pool members waiting to encode, first come first served
+    bool held_posted = false; // a turn for the first of them is queued on the loop
+    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
+
+WebServer::Runtime::~Runtime() {
+    *alive = false;
+}
 
 WebServer::WebServer() = default;
 
@@ -104,6 +115,25 @@ WebReplyContext WebServer::ReplyContext(const WebConnection& connection) {
     context.date = runtime_->dates.Text(context.now);
     context.find_canvas = &runtime_->hooks.find_canvas;
     return context;
+}
+
+void WebServer::HoldForEncoding(WebConnection& connection) {
+    runtime_->held.push_back(connection.Index());
+    PostHeldAnswer();
+}
+
+// Posted work runs after the loop has looked at its sockets and timers again.
+void WebServer::PostHeldAnswer() {
+    if (runtime_->held_posted || runtime_->held.empty()) return;
+    runtime_->held_posted = true;
+    asio::post(runtime_->loop, [this, alive = runtime_->alive] {
+        if (!*alive) return;
+        runtime_->held_posted = false;
+        int index = runtime_->held.front();
+        runtime_->held.pop_front();
+        runtime_->pool[index]->AnswerHeldRequest();
+        if (*alive) PostHeldAnswer();
+    });
 }
 
 void WebServer::NotifyWebRequest(std::string_view address, std::string_view path) const {

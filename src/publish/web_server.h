@@ -93,6 +93,10 @@ public:
     double Now() const;
     WebReplyContext ReplyContext(const WebConnection& connection);
     void NotifyWebRequest(std::string_view address, std::string_view path) const;
+    // Queues a member whose answer encodes a picture. Such answers run one per turn of the
+    // event loop, so the update timer and the other connections get their turns between
+    // them even when many clients ask for encodings at once.
+    void HoldForEncoding(WebConnection& connection);
 
 private:
     struct Runtime;
@@ -100,6 +104,7 @@ private:
     void Mark(bool changed) { needs_saving_ |= changed; }
     bool StartListening();
     void StopListening();
+    void PostHeldAnswer();
 
     bool enabled_ = false;
     std::int32_t port_ = kDefaultPort;

@@ -3,7 +3,11 @@
 #include "support/run_process.h"
 #include "web_fixture.h"
 
+#include <algorithm>
+#include <functional>
+
 #include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
 
 namespace tess {
 namespace {
@@ -222,6 +226,56 @@ TEST_F(WebServerTest, SwitchingOffClosesEverythingAndABusyPortIsReported) {
     other.SetEnabled(true);
     EXPECT_TRUE(other.Listening());
     EXPECT_EQ(other.ListeningPort(), port);
+}
+
+TEST_F(WebServerTest, ManyEncodingsAtOnceLeaveTimersTheirTurns) {
+    // Kept-alive clients all ask at once for a picture encoded per request (Interval 0) that
+    // takes longer to encode than the timer's period: a timer that waited behind the whole
+    // burst would show as a long run of encodings.
+    std::vector<ClientSocket> clients;
+    for (int i = 0; i < 12; ++i) {
+        clients.emplace_back(port);
+        ASSERT_TRUE(clients.back().Send(GetRequest("index.htm", true)));
+        ASSERT_TRUE(clients.back().ReadResponse());
+    }
+    std::string timeline; // E an encoding, T the timer, written on the loop thread only
+    asio::steady_timer timer(loop);
+    std::function<void()> tick = [&] {
+        timer.expires_after(Millis(1));
+        timer.async_wait([&](const std::error_code& ec) {
+            if (ec) return;
+            timeline += 'T';
+            tick();
+        });
+    };
+    thread->OnLoop([&] {
+        test::FillQuadrants(picture, 1280, 720);
+        canvas.SetInterval(0);
+        canvas.SetPictureSource([&]() -> const DIB& {
+            timeline += 'E';
+            return picture;
+        });
+        tick();
+        return 0;
+    });
+    // The loop is held while the requests come in, so that they all wait at once.
+    std::promise<void> release;
+    asio::post(loop, [held = release.get_future().share()] { held.wait(); });
+    for (auto& client : clients)
+        ASSERT_TRUE(client.Send(GetRequest("Canvas01.jpg", true)));
+    std::this_thread::sleep_for(Millis(50));
+    release.set_value();
+    for (auto& client : clients) {
+        auto response = client.ReadResponse(Millis(20000));
+        ASSERT_TRUE(response);
+        EXPECT_TRUE(test::DecodesToQuadrants(BodyOf(*response), 1280, 720));
+    }
+    std::string seen = thread->OnLoop([&] {
+        timer.cancel();
+        return timeline;
+    });
+    EXPECT_EQ(std::count(seen.begin(), seen.end(), 'E'), 12);
+    EXPECT_EQ(seen.find("EEE"), std::string::npos) << seen;
 }
 
 TEST_F(WebServerTest, CurlAsARealClient) {
