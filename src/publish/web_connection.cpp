@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kReadChunk = 4096;
 constexpr std::size_t kFileChunk = 64 * 1024;
+// Bytes handed to one write call: a whole canvas picture and its header in one go.
+constexpr std::size_t kWriteLimit = 1024 * 1024;
 
 } // namespace
 
@@ -152,7 +154,7 @@ void WebConnection::Write(bool with_header) {
         [io](const std::error_code& ec, std::size_t written) -> std::size_t {
             if (ec) return 0;
             if (written > 0 && io->owner) io->owner->NoteProgress();
-            return kFileChunk;
+            return kWriteLimit;
         },
         [io](const std::error_code& ec, std::size_t) {
             if (!io->owner) return;
