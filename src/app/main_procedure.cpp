@@ -3,6 +3,7 @@
 #include "app/application.h"
 #include "app/quit.h"
 #include "app/user_interface.h"
+#include "app/web_hosting.h"
 #include "base/log.h"
 #include "document/portfolio.h"
 #include "settings/numbers.h"
@@ -21,6 +22,7 @@ void ReopenLastPortfolio(Application& app) {
     }
     auto portfolio = std::make_unique<Portfolio>(app.StationSun());
     portfolio->SetFileName(setup.LastPortfolio);
+    HostWebServer(app, *portfolio);
     ui.CloseSplash();
     ui.ShowStatus("Loading...");
     portfolio->LoadFile();

@@ -44,6 +44,7 @@ Canvas::Canvas(std::int32_t canvas_value, SunTimes& sun)
         s->SetCanvasIndex(canvas_value);
     ftp_push_.SetCanvasIndex(canvas_value);
     web_server_.SetCanvasIndex(canvas_value);
+    web_server_.SetPictureSource([this]() -> const DIB& { return composed_; });
 }
 
 Canvas::~Canvas() = default;

@@ -1,6 +1,7 @@
 #include "document/portfolio.h"
 
 #include "base/error.h"
+#include "base/text.h"
 
 #include <algorithm>
 
@@ -47,6 +48,14 @@ int Portfolio::FreeSlot(int allowed) const {
 tess::VideoFeed& Portfolio::VideoFeed(int index) {
     if (index < 0 || index >= kVideoFeeds) SubscriptError();
     return feeds_[index];
+}
+
+tess::CanvasWebServer* Portfolio::FindServedCanvas(std::string_view file_name) {
+    for (int slot = 1; slot <= kCanvasSlots; ++slot) {
+        tess::CanvasWebServer& web = canvases_[slot]->CanvasWebServer();
+        if (web.Enabled() && EqualsIgnoreCase(web.FileName(), file_name)) return &web;
+    }
+    return nullptr;
 }
 
 void Portfolio::ResetCanvas(int slot) {

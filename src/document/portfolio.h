@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace tess {
 
@@ -59,6 +60,9 @@ public:
     tess::VideoFeed& VideoFeed(int index);
     tess::Karvell& Karvell() { return karvell_; }
     tess::WebServer& WebServer() { return web_server_; }
+    // The web server's view of the canvases: the first slot 1..20 that serves its picture
+    // under `file_name`, compared without regard to case; null when none does.
+    tess::CanvasWebServer* FindServedCanvas(std::string_view file_name);
     ScriptSettings& Script() { return script_; }
 
     // True after any change to the portfolio, its canvases or the objects it owns.

@@ -1,6 +1,43 @@
 #include "publish/canvas_web_server.h"
 
+#include "imaging/dib.h"
+#include "imaging/jpeg.h"
+
 namespace tess {
+
+namespace {
+
+constexpr double kSecondsPerDay = 86400;
+
+} // namespace
+
+// Interval 0 means every request, even two within one tick of the clock. A clock set back
+// (a time change, a corrected system clock) would otherwise freeze the picture until the
+// clock caught up again.
+bool CanvasWebServer::EncodingDue(double now) const {
+    if (last_modified_ == 0 || interval_ == 0) return true;
+    double elapsed = now - last_modified_;
+    return elapsed > interval_ / kSecondsPerDay || elapsed < 0;
+}
+
+const JpegBytes& CanvasWebServer::JPEGData(double now) {
+    if (!EncodingDue(now)) return jpeg_;
+    std::vector<std::uint8_t> bytes;
+    if (picture_) {
+        const DIB& picture = picture_();
+        if (picture.HasBitmap()) bytes = EncodeJpeg(picture, quality_);
+    }
+    // Nothing composed yet: the next request tries again rather than waiting out the
+    // interval with nothing to show.
+    if (bytes.empty()) {
+        if (!jpeg_->empty()) jpeg_ = std::make_shared<const std::vector<std::uint8_t>>();
+        last_modified_ = 0;
+        return jpeg_;
+    }
+    jpeg_ = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
+    last_modified_ = now;
+    return jpeg_;
+}
 
 void CanvasWebServer::Reset() {
     SetEnabled(false);
@@ -9,6 +46,8 @@ void CanvasWebServer::Reset() {
     SetQuality(80);
     SetOffScheduleFile("offair.jpg");
     schedule_.Reset();
+    jpeg_ = std::make_shared<const std::vector<std::uint8_t>>();
+    last_modified_ = 0;
 }
 
 } // namespace tess

@@ -2,17 +2,26 @@
 
 // The settings under which the built-in web server serves one canvas's picture: the request
 // path that names it, how long one encoding is reused, its JPEG quality, the picture served
-// while its daily window is closed, and that window.
+// while its daily window is closed, and that window. It also keeps the encoded picture, so
+// that many requests in a short time cost one encoding.
 
 #include "settings/limit.h"
 #include "time/schedule.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace tess {
 
+class DIB;
 class SunTimes;
+
+// Encoded picture bytes, shared by the cache and every response still sending them, so a new
+// encoding never pulls the bytes from under a slow client.
+using JpegBytes = std::shared_ptr<const std::vector<std::uint8_t>>;
 
 class CanvasWebServer {
 public:
@@ -49,7 +58,20 @@ public:
         schedule_.SetCanvasIndex(value);
     }
 
-    // Every default back, the schedule all day.
+    // Where the canvas's composed picture is found when a new encoding is due; the canvas
+    // that owns this object sets it.
+    void SetPictureSource(std::function<const DIB&()> source) { picture_ = std::move(source); }
+
+    // The encoded picture, made afresh from the canvas at `now` (the program's clock) when
+    // the kept one is older than Interval, or none was made yet. Empty (never null) while the
+    // canvas has no picture.
+    const JpegBytes& JPEGData(double now);
+    // When the kept picture was encoded; 0 before the first.
+    double LastModified() const { return last_modified_; }
+    // Would JPEGData(now) encode?
+    bool EncodingDue(double now) const;
+
+    // Every default back, the schedule all day, the kept picture dropped.
     void Reset();
 
     bool NeedsSaving() const { return needs_saving_ || schedule_.NeedsSaving(); }
@@ -69,6 +91,10 @@ private:
     tess::Schedule schedule_;
     std::int32_t canvas_index_ = 0;
     bool needs_saving_ = false;
+
+    std::function<const DIB&()> picture_;
+    JpegBytes jpeg_ = std::make_shared<const std::vector<std::uint8_t>>();
+    double last_modified_ = 0;
 };
 
 } // namespace tess

@@ -1,6 +1,8 @@
 #include "base/error.h"
 #include "document/canvas.h"
+#include "document/portfolio.h"
 #include "document/script_settings.h"
+#include "imaging/jpeg.h"
 #include "support/fixed_sun.h"
 
 #include <gtest/gtest.h>
@@ -62,6 +64,28 @@ TEST(CanvasSettings, ValuesAreClampedAndTheCanvasKnowsWhenItChanged) {
     EXPECT_TRUE(canvas.NeedSaving());
     canvas.SetNeedSaving(false);
     EXPECT_FALSE(canvas.CanvasWebServer().Schedule().NeedsSaving());
+}
+
+TEST(PortfolioWeb, FindsTheFirstServedCanvasByNameAndEncodesItsComposedPicture) {
+    test::FixedSun sun;
+    Portfolio portfolio(sun);
+    for (int slot : {2, 5, 7}) {
+        CanvasWebServer& web = portfolio.Canvas(slot).CanvasWebServer();
+        web.SetEnabled(slot != 7);
+        web.SetFileName(slot == 2 ? "Cam.jpg" : "cam.JPG");
+    }
+    portfolio.Canvas(7).CanvasWebServer().SetFileName("Other.jpg");
+    EXPECT_EQ(portfolio.FindServedCanvas("CAM.jpg"), &portfolio.Canvas(2).CanvasWebServer());
+    EXPECT_EQ(portfolio.FindServedCanvas("Other.jpg"), nullptr); // serving switched off
+    EXPECT_EQ(portfolio.FindServedCanvas(""), nullptr);
+
+    // The served picture is the canvas's composed one.
+    CanvasWebServer& web = *portfolio.FindServedCanvas("cam.jpg");
+    EXPECT_TRUE(web.JPEGData(45000.5)->empty());
+    portfolio.Canvas(2).ComposedDIB().SetWidthHeight(40, 30);
+    DIB decoded;
+    ASSERT_TRUE(DecodeJpegIntoDIB(*web.JPEGData(45000.6), decoded));
+    EXPECT_EQ(decoded.Width(), 40);
 }
 
 TEST(ScriptSettings, RateAndBaseTimeAreClamped) {

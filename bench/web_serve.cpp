@@ -1,0 +1,135 @@
+// The web server as the running program has it, for load tests from outside (see
+// bench/web_vs_nginx.sh): the Application's event loop and update timer, a portfolio whose
+// canvas 1 holds a 1280 x 720 camera-like frame served as "Canvas01.jpg", and a 10 ms probe
+// timer on the same loop that measures how late timers run while requests pour in.
+//
+//   web_serve --port N [--interval SECONDS] [--web FOLDER]
+//
+// SIGUSR1 starts a measurement window, SIGUSR2 prints one line about it (update ticks, probe
+// lateness, memory); SIGINT or SIGTERM end the program.
+
+#include "app/application.h"
+#include "app/headless_ui.h"
+#include "app/web_hosting.h"
+#include "base/log.h"
+#include "document/portfolio.h"
+#include "web_frame.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+
+namespace {
+
+using Steady = std::chrono::steady_clock;
+constexpr auto kProbePeriod = std::chrono::milliseconds(10);
+
+struct Window {
+    Steady::time_point start = Steady::now();
+    std::uint64_t ticks_at_start = 0;
+    std::vector<double> late_ms;
+};
+
+std::string StatusValue(const char* key) {
+    std::ifstream in("/proc/self/status");
+    for (std::string line; std::getline(in, line);) {
+        if (line.rfind(key, 0) == 0) return line.substr(std::strlen(key));
+    }
+    return "?";
+}
+
+void Report(const tess::Application& app, Window& w) {
+    double seconds = std::chrono::duration<double>(Steady::now() - w.start).count();
+    auto& late = w.late_ms;
+    std::sort(late.begin(), late.end());
+    auto at = [&](double q) { return late.empty() ? 0.0 : late[(late.size() - 1) * q]; };
+    std::printf("window %.2f s: update ticks %llu (%.1f/s, 100/s due); probe timer late "
+                "median %.3f ms, p99 %.3f ms, max %.3f ms over %zu; VmRSS%s; VmHWM%s\n",
+                seconds, static_cast<unsigned long long>(app.TickCount() - w.ticks_at_start),
+                (app.TickCount() - w.ticks_at_start) / seconds, at(0.5), at(0.99), at(1.0),
+                late.size(), StatusValue("VmRSS:").c_str(), StatusValue("VmHWM:").c_str());
+    std::fflush(stdout);
+}
+
+void Probe(asio::steady_timer& timer, Steady::time_point due, Window& w) {
+    timer.expires_at(due);
+    timer.async_wait([&timer, due, &w](const std::error_code& ec) {
+        if (ec) return;
+        w.late_ms.push_back(std::chrono::duration<double, std::milli>(Steady::now() - due).count());
+        Probe(timer, due + kProbePeriod, w);
+    });
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    int port = 18080;
+    double interval = 60;
+    std::string web = "web";
+    for (int i = 1; i + 1 < argc; i += 2) {
+        std::string flag = argv[i];
+        if (flag == "--port") port = std::atoi(argv[i + 1]);
+        if (flag == "--interval") interval = std::atof(argv[i + 1]);
+        if (flag == "--web") web = argv[i + 1];
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    tess::LogSetStderrLevel(tess::LogLevel::Warning);
+    tess::HeadlessUI ui;
+    tess::Application app(ui, ".");
+    app.SetRunning(true);
+    auto portfolio = std::make_unique<tess::Portfolio>(app.StationSun());
+    tess::HostWebServer(app, *portfolio);
+    tess::Canvas& canvas = portfolio->Canvas(1);
+    canvas.SetFileName("bench.can");
+    canvas.SetEnabled(true);
+    tess::bench::FillCameraFrame(canvas.ComposedDIB());
+    tess::CanvasWebServer& served = canvas.CanvasWebServer();
+    served.SetEnabled(true);
+    served.SetFileName("Canvas01.jpg");
+    served.SetInterval(interval);
+    tess::WebServer& server = portfolio->WebServer();
+    server.SetPort(port);
+    server.SetWebPath(web);
+    server.SetAllowNonCanvasServes(true);
+    server.SetEnabled(true);
+    if (!server.Listening()) return 1;
+    app.SetCurrentPortfolio(std::move(portfolio));
+    app.StartUpdateTimer();
+
+    Window window;
+    asio::steady_timer probe(app.Loop());
+    Probe(probe, Steady::now() + kProbePeriod, window);
+    asio::signal_set signals(app.Loop(), SIGINT, SIGTERM, SIGUSR1);
+    asio::signal_set report(app.Loop(), SIGUSR2);
+    std::function<void()> await_signals = [&] {
+        signals.async_wait([&](const std::error_code& ec, int signal) {
+            if (ec) return;
+            if (signal != SIGUSR1) return app.Stop();
+            window = Window{Steady::now(), app.TickCount(), {}};
+            await_signals();
+        });
+    };
+    std::function<void()> await_report = [&] {
+        report.async_wait([&](const std::error_code& ec, int) {
+            if (ec) return;
+            Report(app, window);
+            await_report();
+        });
+    };
+    await_signals();
+    await_report();
+    std::printf("serving on port %d, interval %g s\n", server.ListeningPort(), interval);
+    std::fflush(stdout);
+    app.Loop().run();
+    if (auto open = app.ReleasePortfolio()) open->Unload();
+    return 0;
+}

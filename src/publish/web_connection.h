@@ -1,0 +1,77 @@
+#pragma once
+
+// One member of the web server's pool: it owns one accepted socket at a time, collects the
+// request, answers it and, when the request asked for keep-alive, waits for the next one on
+// the same socket. Everything happens on the event loop; a request is answered as soon as
+// the data that completes it arrives.
+
+#include "publish/web_reply.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <asio/ip/tcp.hpp>
+
+namespace tess {
+
+class WebServer;
+
+class WebConnection {
+public:
+    enum : std::int32_t { kFree = 0, kInUse = 1 };
+
+    WebConnection(WebServer& server, int index);
+    ~WebConnection();
+    WebConnection(const WebConnection&) = delete;
+    WebConnection& operator=(const WebConnection&) = delete;
+
+    int Index() const { return index_; }
+    std::int32_t State() const { return state_; }
+    // When the member was taken, or last finished a response or got a write through; the
+    // pool's reclaim rule and the idle limit count from it. Bytes of an unfinished request
+    // do not count, so a client trickling a header cannot hold a member.
+    double LastActivityTime() const { return last_activity_time_; }
+
+    // Copied from the server when the member is taken.
+    const std::string& WebPath() const { return web_path_; }
+    void SetWebPath(std::string value) { web_path_ = std::move(value); }
+    bool AllowNonCanvasServes() const { return allow_non_canvas_serves_; }
+    void SetAllowNonCanvasServes(bool value) { allow_non_canvas_serves_ = value; }
+
+    // Starts serving an accepted socket: in use, activity now, buffer empty.
+    void TakeConnection(asio::ip::tcp::socket socket, double now);
+    // Closes the socket; the member is free again.
+    void ForceClose();
+    // The server's turn for a request held back because its answer encodes a picture.
+    void AnswerHeldRequest();
+
+private:
+    struct Io;
+
+    void ReadMore();
+    void Socket_DataArrival(std::size_t bytes);
+    void ProcessBuffer();
+    void Answer(const std::string& path);
+    void Send(WebReply reply);
+    bool ReadFileChunk();
+    void Write(bool with_header);
+    void Socket_SendComplete();
+    void NoteProgress();
+
+    WebServer& server_;
+    int index_;
+    std::int32_t state_ = kFree;
+    double last_activity_time_ = 0;
+    std::string web_path_;
+    bool allow_non_canvas_serves_ = false;
+    std::string buffer_;
+    bool keep_alive_ = false;
+    std::string address_;
+    bool held_ = false; // waiting in the server's queue of answers that encode
+    std::string held_path_;
+    std::uint64_t file_left_ = 0; // bytes of the file being sent not yet read
+    std::shared_ptr<Io> io_;
+};
+
+} // namespace tess

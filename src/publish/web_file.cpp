@@ -1,0 +1,110 @@
+#include "publish/web_file.h"
+
+#include "base/text.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <memory>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+
+namespace tess {
+
+namespace {
+
+int HexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+bool RealPath(const std::string& path, std::string& resolved) {
+    std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+    if (!real) return false;
+    resolved = real.get();
+    return true;
+}
+
+bool Inside(const std::string& folder, const std::string& file) {
+    if (folder == "/") return file.size() > 1;
+    return file.size() > folder.size() + 1 && file.compare(0, folder.size(), folder) == 0 &&
+           file[folder.size()] == '/';
+}
+
+} // namespace
+
+bool DecodeWebPath(std::string_view path, std::string& decoded) {
+    decoded.clear();
+    decoded.reserve(path.size());
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        char c = path[i];
+        if (c == '%') {
+            if (i + 2 >= path.size()) return false;
+            int high = HexValue(path[i + 1]);
+            int low = HexValue(path[i + 2]);
+            if (high < 0 || low < 0) return false;
+            c = static_cast<char>(high * 16 + low);
+            i += 2;
+        }
+        if (c == '\0') return false;
+        decoded += c;
+    }
+    return true;
+}
+
+WebFile::~WebFile() {
+    if (fd_ >= 0) ::close(fd_);
+}
+
+WebFile::WebFile(WebFile&& other) noexcept : fd_(other.fd_), size_(other.size_) {
+    other.fd_ = -1;
+}
+
+WebFile& WebFile::operator=(WebFile&& other) noexcept {
+    if (this != &other) {
+        if (fd_ >= 0) ::close(fd_);
+        fd_ = other.fd_;
+        size_ = other.size_;
+        other.fd_ = -1;
+    }
+    return *this;
+}
+
+WebFile WebFile::Open(std::string_view web_path, std::string_view path) {
+    std::string decoded;
+    if (path.find("..") != std::string_view::npos || !DecodeWebPath(path, decoded) ||
+        decoded.find("..") != std::string::npos) {
+        return {};
+    }
+    std::string folder = PathFromSettings(web_path);
+    if (folder.empty()) folder.push_back('.'); // the current folder
+    std::string real_folder, real_file;
+    if (!RealPath(folder, real_folder) || !RealPath(folder + "/" + decoded, real_file)) return {};
+    if (!Inside(real_folder, real_file)) return {};
+    // Non-blocking so that a FIFO placed in the folder cannot stall the server; the resolved
+    // path holds no links, so a link swapped in meanwhile is refused.
+    int fd = ::open(real_file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0) return {};
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        return {};
+    }
+    return WebFile(fd, static_cast<std::uint64_t>(st.st_size));
+}
+
+std::ptrdiff_t WebFile::Read(std::span<std::uint8_t> into) {
+    if (fd_ < 0) return -1;
+    for (;;) {
+        ssize_t n = ::read(fd_, into.data(), into.size());
+        if (n >= 0) return n;
+        if (errno != EINTR) return -1;
+    }
+}
+
+} // namespace tess

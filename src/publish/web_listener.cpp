@@ -1,0 +1,131 @@
+#include "publish/web_listener.h"
+
+#include "base/log.h"
+#include "publish/web_connection.h"
+#include "publish/web_server.h"
+
+#include <chrono>
+
+namespace tess {
+
+namespace {
+
+constexpr double kSecondsPerDay = 86400;
+
+// A clock set back leaves activity times in the future; such a member counts as idle rather
+// than being kept until the clock catches up.
+bool IdleLongerThan(const WebConnection& member, double now, double seconds) {
+    double elapsed = now - member.LastActivityTime();
+    return elapsed * kSecondsPerDay > seconds || elapsed < 0;
+}
+
+// Out of descriptors or memory: accepting again at once would only spin.
+bool NeedsPause(const std::error_code& ec) {
+    return ec == asio::error::no_descriptors || ec == asio::error::no_buffer_space ||
+           ec == asio::error::no_memory;
+}
+
+} // namespace
+
+WebListener::WebListener(asio::io_context& loop, WebServer& server)
+    : acceptor_(loop), sweep_(loop), retry_(loop), server_(&server) {}
+
+bool WebListener::Listen(std::uint16_t port, std::error_code& ec) {
+    asio::ip::tcp::endpoint endpoint(asio::ip::address_v4::any(), port);
+    acceptor_.open(endpoint.protocol(), ec);
+    // Lets a restarted server listen again while old connections linger in TIME_WAIT; a
+    // port that another program listens on still fails.
+    if (!ec) acceptor_.set_option(asio::socket_base::reuse_address(true), ec);
+    if (!ec) acceptor_.bind(endpoint, ec);
+    if (!ec) acceptor_.listen(asio::socket_base::max_listen_connections, ec);
+    if (!ec) port_ = acceptor_.local_endpoint(ec).port();
+    if (ec) {
+        std::error_code ignored;
+        acceptor_.close(ignored);
+        return false;
+    }
+    return true;
+}
+
+void WebListener::Start() {
+    AcceptNext();
+    ScheduleSweep();
+}
+
+void WebListener::Stop() {
+    server_ = nullptr;
+    std::error_code ignored;
+    acceptor_.close(ignored);
+    sweep_.cancel();
+    retry_.cancel();
+}
+
+void WebListener::AcceptNext() {
+    acceptor_.async_accept(
+        [self = shared_from_this()](const std::error_code& ec, asio::ip::tcp::socket socket) {
+            if (!self->server_ || ec == asio::error::operation_aborted) return;
+            if (!ec) {
+                self->Socket_ConnectionRequest(std::move(socket));
+            } else if (NeedsPause(ec)) {
+                LogWarning("web server: cannot accept a connection: {}", ec.message());
+                self->retry_.expires_after(std::chrono::milliseconds(100));
+                self->retry_.async_wait([self](const std::error_code& wait) {
+                    if (!wait && self->server_) self->AcceptNext();
+                });
+                return;
+            }
+            if (self->server_) self->AcceptNext();
+        });
+}
+
+// First a free member, then one in use but idle past the reclaim limit; with neither, the
+// connection is closed unanswered.
+void WebListener::Socket_ConnectionRequest(asio::ip::tcp::socket socket) {
+    double now = server_->Now();
+    WebConnection* member = MemberFor(now);
+    if (!member) {
+        std::error_code ignored;
+        socket.close(ignored);
+        return;
+    }
+    member->SetWebPath(server_->WebPath());
+    member->SetAllowNonCanvasServes(server_->AllowNonCanvasServes());
+    member->TakeConnection(std::move(socket), now);
+}
+
+WebConnection* WebListener::MemberFor(double now) {
+    for (int i = 0; i < WebServer::kPoolSize; ++i) {
+        WebConnection& member = server_->Connection(i);
+        if (member.State() == WebConnection::kFree) return &member;
+    }
+    for (int i = 0; i < WebServer::kPoolSize; ++i) {
+        WebConnection& member = server_->Connection(i);
+        if (IdleLongerThan(member, now, WebServer::kReclaimSeconds)) {
+            member.ForceClose();
+            return &member;
+        }
+    }
+    return nullptr;
+}
+
+void WebListener::ScheduleSweep() {
+    sweep_.expires_after(std::chrono::seconds(1));
+    sweep_.async_wait([self = shared_from_this()](const std::error_code& ec) {
+        if (ec || !self->server_) return;
+        self->SweepIdle();
+        self->ScheduleSweep();
+    });
+}
+
+void WebListener::SweepIdle() {
+    double now = server_->Now();
+    for (int i = 0; i < WebServer::kPoolSize; ++i) {
+        WebConnection& member = server_->Connection(i);
+        if (member.State() == WebConnection::kInUse &&
+            IdleLongerThan(member, now, WebServer::kIdleSeconds)) {
+            member.ForceClose();
+        }
+    }
+}
+
+} // namespace tess

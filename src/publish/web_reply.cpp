@@ -1,0 +1,62 @@
+#include "publish/web_reply.h"
+
+#include "base/text.h"
+#include "publish/web_response.h"
+
+namespace tess {
+
+namespace {
+
+WebReply NotFound(const WebReplyContext& context) {
+    WebReply reply;
+    reply.header = NotFoundResponse(context.date);
+    return reply;
+}
+
+WebReply FileReply(const WebReplyContext& context, std::string_view path) {
+    path = Trim(path);
+    if (path.empty()) path = "index.htm";
+    WebReply reply;
+    reply.file = WebFile::Open(context.web_path, path);
+    if (!reply.file.IsOpen()) return NotFound(context);
+    reply.header = FileResponseHeader(context.date, ContentTypeFor(path), reply.file.Size());
+    return reply;
+}
+
+WebReply PictureReply(const WebReplyContext& context, CanvasWebServer& canvas) {
+    const JpegBytes& bytes = canvas.JPEGData(context.now);
+    if (bytes->empty()) return NotFound(context);
+    WebReply reply;
+    reply.header =
+        JpegResponseHeader(context.date, WebDateText(canvas.LastModified()), bytes->size());
+    reply.picture = bytes;
+    return reply;
+}
+
+CanvasWebServer* ServedCanvas(const WebReplyContext& context, std::string_view path) {
+    if (path.empty() || !context.find_canvas || !*context.find_canvas) return nullptr;
+    return (*context.find_canvas)(path);
+}
+
+std::string_view WithoutQuery(std::string_view path) {
+    return path.substr(0, path.find('?'));
+}
+
+} // namespace
+
+bool AnswerNeedsEncoding(const WebReplyContext& context, std::string_view path) {
+    CanvasWebServer* canvas = ServedCanvas(context, WithoutQuery(path));
+    return canvas && canvas->EncodingDue(context.now);
+}
+
+WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path) {
+    path = WithoutQuery(path);
+    if (CanvasWebServer* canvas = ServedCanvas(context, path)) {
+        if (canvas->Schedule().EnableNow(context.now)) return PictureReply(context, *canvas);
+        return FileReply(context, canvas->OffScheduleFile());
+    }
+    if (!context.allow_non_canvas_serves) return NotFound(context);
+    return FileReply(context, path);
+}
+
+} // namespace tess

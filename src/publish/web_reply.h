@@ -1,0 +1,43 @@
+#pragma once
+
+// Choosing the answer to one GET request: a canvas picture, its off-schedule file, a file of
+// the web folder, or the 404 answer.
+
+#include "publish/canvas_web_server.h"
+#include "publish/web_file.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace tess {
+
+// The first served canvas whose FileName equals the name, ignoring case; null for none.
+using CanvasFinder = std::function<CanvasWebServer*(std::string_view file_name)>;
+
+// A header, then either the picture's bytes or the file's, or nothing after a 404.
+struct WebReply {
+    std::string header;
+    JpegBytes picture;
+    WebFile file;
+};
+
+struct WebReplyContext {
+    std::string_view web_path;
+    bool allow_non_canvas_serves = false;
+    double now = 0;                            // the program's clock
+    std::string_view date;                     // `now` as the Date line shows it
+    const CanvasFinder* find_canvas = nullptr; // null while no portfolio serves canvases
+};
+
+// `path` is the request's path without its leading "/", the query still on it. A canvas
+// named by the path is served while its schedule is on and its off-schedule file (from the
+// web folder, whether or not other files are allowed) while it is off. Other paths are
+// files of the web folder when those are allowed; the empty path is "index.htm".
+WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path);
+
+// True when answering `path` would encode a canvas picture first: milliseconds of work, which
+// the server spreads out so that its timers keep running.
+bool AnswerNeedsEncoding(const WebReplyContext& context, std::string_view path);
+
+} // namespace tess
