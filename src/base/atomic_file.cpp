@@ -50,7 +50,9 @@ void SyncDirectory(const std::string& file) {
 
 } // namespace
 
-bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::string* error) {
+bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::string* error,
+                     Durability durability) {
+    const bool synced = durability == Durability::Synced;
     static unsigned counter = 0;
     const std::string target = ResolveTarget(path);
     const std::string temp = fmt::format("{}.tmp{}.{}", target, ::getpid(), ++counter);
@@ -62,7 +64,7 @@ bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::strin
     struct stat old {};
     if (::stat(target.c_str(), &old) == 0) ::fchmod(fd, old.st_mode & 07777);
 
-    bool ok = WriteAll(fd, bytes) && ::fsync(fd) == 0;
+    bool ok = WriteAll(fd, bytes) && (!synced || ::fsync(fd) == 0);
     if (!ok && error) *error = Reason(path, "write");
     if (::close(fd) != 0 && ok) {
         ok = false;
@@ -76,7 +78,7 @@ bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::strin
         ::unlink(temp.c_str());
         return false;
     }
-    SyncDirectory(target);
+    if (synced) SyncDirectory(target);
     return true;
 }
 

@@ -10,8 +10,14 @@
 
 namespace tess {
 
+// Whether the bytes are forced to the disk before the rename. Settings are; pictures that are
+// replaced many times a minute are not, since forcing each one would wear out the memory
+// cards of small machines and stall the update loop: readers still never see half a file.
+enum class Durability { Synced, Unsynced };
+
 // Returns true on success; on failure `error` says which file and why.
-bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::string* error = nullptr);
+bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::string* error = nullptr,
+                     Durability durability = Durability::Synced);
 
 enum class ReadStatus { Ok, Missing, Unreadable, TooLarge };
 

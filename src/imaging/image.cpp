@@ -213,6 +213,10 @@ JpegResult Image::LoadPicture() {
     return result;
 }
 
+void Image::ReloadPicture() {
+    picture_dirty_ = true;
+}
+
 DIB& Image::SetGraphics(int width, int height) {
     picture_.SetWidthHeight(width, height);
     return picture_.Pixels();

@@ -100,6 +100,8 @@ public:
     // anything else through Picture (then NotJpeg). A broken or missing file keeps the last
     // good picture.
     JpegResult LoadPicture();
+    // The source file is read again at the next "get" (it changed on disk).
+    void ReloadPicture();
     // The owner draws the source itself (text, video frames, other canvases): SetGraphics
     // sizes the picture bitmap and hands it out; GraphicsOpacity hands out a same-sized
     // opacity bitmap (white opaque) for owners whose drawing has coverage; LoadIntoPictureDIB
@@ -129,6 +131,13 @@ public:
     const AlignmentOffsets& Offsets() const { return offsets_; }
 
     // ---- Merging, once per composition of the canvas: shadows first, then items. ----
+    // The rectangle MergeShadowTo(destination, x, y) may touch, in the same top-left
+    // coordinates; empty when the item casts no shadow.
+    struct Bounds {
+        int left = 0, top = 0, width = 0, height = 0;
+        bool Empty() const { return width <= 0 || height <= 0; }
+    };
+    Bounds ShadowBounds(int x, int y);
     void MergeShadowTo(DIB& destination, int x, int y);
     void MergeImageTo(DIB& destination, int x, int y);
 

@@ -114,13 +114,21 @@ void Image::LoadShadowDIB() {
            TransparentColorCount(), transparent_enabled_);
 }
 
-void Image::MergeShadowTo(DIB& destination, int x, int y) {
-    if (!shadow_enabled_ || !destination.HasBitmap()) return;
+Image::Bounds Image::ShadowBounds(int x, int y) {
+    if (!shadow_enabled_) return {};
     GetFinalizedDIB();
     if (shadow_dirty_) LoadShadowDIB();
-    if (!shadow_.HasBitmap()) return;
+    if (!shadow_.HasBitmap()) return {};
     const int k = Rotating() ? alignment_ : 0;
-    const int left = x - offsets_.x[k] - kShadowSpread, top = y - offsets_.y[k] - kShadowSpread;
+    return {x - offsets_.x[k] - kShadowSpread, y - offsets_.y[k] - kShadowSpread, shadow_.Width(),
+            shadow_.Height()};
+}
+
+void Image::MergeShadowTo(DIB& destination, int x, int y) {
+    if (!destination.HasBitmap()) return;
+    const Bounds bounds = ShadowBounds(x, y);
+    if (bounds.Empty()) return;
+    const int left = bounds.left, top = bounds.top;
     // Light shapes on black gather additively; the black around them is never written.
     static const TransparentColor kBlack{0x000000, 0};
     Merge(destination.DIBPtr(), destination.Width(), destination.Height(), shadow_.DIBPtr(),

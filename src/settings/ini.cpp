@@ -51,6 +51,10 @@ bool INI::DeleteSection(std::string_view section) {
     return file_ && file_->RemoveSection(section);
 }
 
+void INI::SetReadOnly() {
+    if (file_) file_->SetReadOnly();
+}
+
 IniBatch::IniBatch(const INI& ini) : file_(ini.file_) {
     if (file_) file_->BeginBatch();
 }

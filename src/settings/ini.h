@@ -30,6 +30,8 @@ public:
     bool SetKey(std::string_view section, std::string_view key, std::string_view value);
     // Removes a whole section; false when the file could not be written.
     bool DeleteSection(std::string_view section);
+    // Keeps every later write of this file in memory (see IniFile::SetReadOnly).
+    void SetReadOnly();
 
 private:
     friend class IniBatch;

@@ -39,7 +39,7 @@ IniFile::DiskStamp IniFile::StampOf(const std::string& path) {
 
 void IniFile::Refresh() {
     DiskStamp now = StampOf(path_);
-    if (loaded_ && now == stamp_) return;
+    if (loaded_ && (now == stamp_ || read_only_)) return;
     if (dirty_) {
         LogWarning("settings file '{}' changed on disk; unsaved settings are written over it",
                    path_);
@@ -86,7 +86,7 @@ bool IniFile::RemoveSection(std::string_view section) {
 }
 
 bool IniFile::Flush() {
-    if (!dirty_) return true;
+    if (!dirty_ || read_only_) return true;
     std::string error;
     if (!WriteFileAtomic(path_, doc_.Serialize(), &error)) {
         LogError("settings not saved: {}", error);

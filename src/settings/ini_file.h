@@ -27,6 +27,10 @@ public:
     void BeginBatch();
     bool EndBatch();
 
+    // From now on writes change only the copy in memory: for commands that preview a file
+    // without touching it.
+    void SetReadOnly() { read_only_ = true; }
+
     // The shared copy for a path, created on first use.
     static std::shared_ptr<IniFile> Open(const std::string& path);
 
@@ -50,6 +54,7 @@ private:
     bool loaded_ = false;
     bool unreadable_ = false; // the file exists but could not be read: never overwrite it
     bool dirty_ = false;
+    bool read_only_ = false;
     int batch_depth_ = 0;
 };
 

@@ -14,4 +14,9 @@ double CalcNextUpdate(double rate, double base, double now) {
     return ((n + 1) * rate + base) / 86400.0;
 }
 
+bool IsDue(double next, double rate, double now) {
+    // A hundredth of a second of slack: `next` itself lies up to one rate ahead.
+    return next <= now || next - now > (rate + 0.01) / 86400.0;
+}
+
 } // namespace tess

@@ -8,4 +8,9 @@ namespace tess {
 // `now` back.
 double CalcNextUpdate(double rate, double base, double now);
 
+// Whether something whose next due time is `next` is due at `now`: its time has come, or the
+// clock was set back by more than one `rate` (a corrected clock, the end of summer time),
+// which would otherwise hold it back until the clock caught up again.
+bool IsDue(double next, double rate, double now);
+
 } // namespace tess
