@@ -5,8 +5,11 @@
 // files, the desktop background, an FTP push and the built-in web server), each with its
 // own daily schedule. All of it is kept in one canvas file (".can").
 
+#include "document/canvas_layers.h"
+#include "document/composition_services.h"
 #include "document/graphic_item.h"
 #include "document/text_item.h"
+#include "document/video_streaming.h"
 #include "imaging/dib.h"
 #include "publish/canvas_web_server.h"
 #include "publish/ftp_push.h"
@@ -19,10 +22,12 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tess {
 
 class IniSection;
+class OutputServices;
 class SunTimes;
 
 class Canvas {
@@ -31,6 +36,10 @@ public:
     static constexpr int kMaxText = 101;
     static constexpr int kMaxGraphic = 100;
     static constexpr std::int32_t kMaxDimension = 8192;
+    // A canvas keeps up to six bitmaps of its size; beyond this many pixels (4096 x 4096, or
+    // a panorama of 8192 x 2048) it is not composed, so that one mistyped size cannot take
+    // the memory of a small machine.
+    static constexpr std::int64_t kMaxPixels = 16LL * 1024 * 1024;
     static constexpr double kMaxRate = 86400;
     static constexpr std::int32_t kMaxBaseTime = 86400;
     static constexpr std::int32_t kMaxCascadeCount = 9999; // numbered "0001".."9999"
@@ -52,8 +61,11 @@ public:
 
     // Reads every section and item of the canvas file, writing back the defaults of missing
     // keys; a file that does not exist gives all defaults and is created. False when the
-    // file could not be written.
-    bool LoadFile();
+    // file could not be written. With `FileAccess::ReadOnly` the file is only read.
+    enum class FileAccess { ReadWrite, ReadOnly };
+    bool LoadFile(FileAccess access = FileAccess::ReadWrite);
+    // Why the size in the file could not be used as it stands; empty when it could.
+    const std::string& SizeProblem() const { return size_problem_; }
     // Writes every setting and every item; false when the file could not be written.
     bool SaveFile();
     void LoadText();
@@ -83,11 +95,11 @@ public:
     // Darkness of the items' shadows, percent.
     std::int32_t ShadowIntensity() const { return shadow_intensity_; }
     void SetShadowIntensity(std::int32_t value) {
-        Mark(StoreLimited(shadow_intensity_, value, 0, 100));
+        MarkAndRedraw(StoreLimited(shadow_intensity_, value, 0, 100));
     }
     std::uint32_t BackgroundColor() const { return background_color_; } // 0x00BBGGRR
     void SetBackgroundColor(std::uint32_t value) {
-        Mark(StoreIfChanged(background_color_, std::min(value, 0xFFFFFFu)));
+        MarkAndRedraw(StoreIfChanged(background_color_, std::min(value, 0xFFFFFFu)));
     }
 
     // --- Fixed file, with its cascade of older copies ---
@@ -186,9 +198,43 @@ public:
     bool NeedSaving() const;
     void SetNeedSaving(bool value);
 
+    // ---- Composition ----
+    // Sizes the layer bitmaps for the canvas's size; false (with a log line naming the
+    // canvas file) when the picture would be too large.
+    bool InitDIBs();
+    void UnloadDIBs();
+    void ForceLayerRedraw(std::int32_t layer) { layers_.ForceLayerRedraw(layer); }
+    // Every layer rebuilt at the next pass; a schedule that opens or closes asks for it.
+    void ForceRedraw() { layers_.ForceRedraw(); }
+    // Every item refreshed and every layer rebuilt at the next pass.
+    void ForceReload() { layers_.ForceReload(); }
+    // One composition pass of the update tick: refreshes the items that are due, rebuilds the
+    // layers they changed and the composed picture. False when the application stopped
+    // running during a script event: the tick goes no further.
+    bool UpdateImage(const CompositionServices& services);
+    // Draws the items of one layer: all shadows, then graphics, then texts.
+    void AddTextAndGraphicLayer(std::int32_t layer);
+
     // The composed picture that is shown, saved and published; empty until first composed.
-    tess::DIB& ComposedDIB() { return composed_; }
-    const tess::DIB& ComposedDIB() const { return composed_; }
+    const tess::DIB& ComposedDIB() const { return layers_.Composed(); }
+    // Goes up each time the composed picture changes.
+    std::uint64_t PictureRevision() const { return layers_.Revision(); }
+
+    // ---- Outputs ----
+    // The fixed file, the sequential file and the desktop background when due at `now`.
+    // A file that cannot be written raises an error naming it.
+    void DoSaves(double now, OutputServices& outputs);
+    void SetNextFixedTime(double now);
+    void SetNextSequentialTime(double now);
+    void SetNextBackgroundTime(double now);
+    double FixedNextFrame() const { return fixed_next_frame_; }
+    double SequentialNextFrame() const { return sequential_next_frame_; }
+    double BackgroundNextFrame() const { return background_next_frame_; }
+    tess::VideoStreaming& VideoStreaming() { return video_streaming_; }
+
+    // The earliest time after the last pass at which an item or an output of the canvas
+    // comes due, or `limit` when none comes sooner: the update timer sleeps until then.
+    double NextDue(double limit) const;
 
 private:
     template <typename Item, std::size_t N>
@@ -198,6 +244,23 @@ private:
     };
 
     void Mark(bool changed) { need_saving_ |= changed; }
+    void MarkAndRedraw(bool changed) {
+        if (!changed) return;
+        need_saving_ = true;
+        layers_.ForceRedraw();
+    }
+    void WireItem(CanvasItem& item);
+    template <typename Table>
+    void RemoveItem(Table& table, int index);
+    // An item drawn or to be drawn on its layer: marks what must be rebuilt.
+    void NoteDrawn(CanvasItem& item, bool changed);
+    void NoteHidden(CanvasItem& item);
+    bool UpdateTexts(const CompositionServices& services, bool reload);
+    bool UpdateGraphics(const CompositionServices& services, bool reload);
+    void RebuildLayers();
+    void MergeShadows(DIB& layer, std::int32_t index);
+    void SaveFixed(const std::vector<std::uint8_t>& jpeg);
+    void SaveSequential(const std::vector<std::uint8_t>& jpeg, double now);
     void LoadGeneral();
     void SaveGeneral();
     void LoadCapture();
@@ -264,7 +327,15 @@ private:
     bool visible_ = false;
     bool enabled_ = false;
     bool need_saving_ = false;
-    tess::DIB composed_;
+
+    CanvasLayers layers_;
+    std::array<bool, CanvasLayers::kLayers> layer_used_{};
+    bool size_refused_ = false;
+    std::string size_problem_;
+    double fixed_next_frame_ = 0;
+    double sequential_next_frame_ = 0;
+    double background_next_frame_ = 0;
+    tess::VideoStreaming video_streaming_;
 };
 
 } // namespace tess

@@ -26,12 +26,13 @@ constexpr const char* kExampleFTPServer = "ftp.example.com";
 
 } // namespace
 
-bool Canvas::LoadFile() {
+bool Canvas::LoadFile(FileAccess access) {
     if (file_name_.empty()) return false;
     const std::string path = PathFromSettings(file_name_);
-    if (std::error_code ec; !std::filesystem::exists(path, ec))
+    if (std::error_code ec; !std::filesystem::exists(path, ec) && access == FileAccess::ReadWrite)
         LogInfo("canvas file '{}' does not exist yet; it is created with the defaults", path);
     ini_.SetFile(path);
+    if (access == FileAccess::ReadOnly) ini_.SetReadOnly();
     writes_ok_ = true;
     {
         IniBatch batch(ini_);
@@ -74,6 +75,13 @@ void Canvas::LoadGeneral() {
     std::int32_t width = general.Long("Width", "320");
     std::int32_t height = general.Long("Height", "240");
     SetWidthHeight(width, height);
+    size_problem_.clear();
+    if (width != width_ || height != height_) {
+        size_problem_ = fmt::format("a canvas of {} x {} pixels is outside 1 x 1 to {} x {}", width,
+                                    height, kMaxDimension, kMaxDimension);
+        LogWarning("canvas file '{}': {}; it is {} x {}", file_name_, size_problem_, width_,
+                   height_);
+    }
     SetSizeLocked(general.Bool("SizeLocked", false));
     SetWindowState(general.Long("WindowState", "2"));
     SetLeft(general.Long("PosX", CStrNI(left_)));

@@ -3,6 +3,7 @@
 // What text and graphic items have in common: where and in which layer an item is drawn,
 // how (opacity, rotation, shadow), how often it is refreshed and in which daily window.
 
+#include "imaging/image.h"
 #include "settings/limit.h"
 #include "time/schedule.h"
 
@@ -82,6 +83,10 @@ public:
     tess::Schedule& Schedule() { return schedule_; }
     const tess::Schedule& Schedule() const { return schedule_; }
 
+    // Goes up with every real change of a setting, so that the drawing can tell whether the
+    // item must be drawn again.
+    std::uint64_t Revision() const { return revision_; }
+
     bool NeedsSaving() const { return needs_saving_ || schedule_.NeedsSaving(); }
     void SetNeedsSaving(bool value) {
         needs_saving_ = value;
@@ -92,8 +97,34 @@ public:
     virtual void LoadSettings(IniSection& keys) = 0;
     virtual void SaveSettings(IniSection& keys) const = 0;
 
+    // ---- Drawing, kept in memory only ----
+    // The finished picture, merged into its layer at each composition of the canvas.
+    tess::Image& Image() { return image_; }
+    // Whether the schedule was on at the last pass.
+    bool OnNow() const { return on_now_; }
+    bool UpdateOnNow(double now) { return on_now_ = schedule_.EnableNow(now); }
+    // When the item is next refreshed; 0 (at once) for a new item.
+    double NextTime() const { return next_time_; }
+    void SetNextTime(double now);
+    // Drawn now: enabled and on by its schedule.
+    bool Visible() const { return enabled_ && on_now_; }
+    // The layer the item was last drawn on, so that a move or a hide redraws it; -1 for none.
+    std::int32_t DrawnLayer() const { return drawn_layer_; }
+    void SetDrawnLayer(std::int32_t layer) { drawn_layer_ = layer; }
+    // Settings changed since they were last given to the Image.
+    bool SettingsChanged() const { return synced_revision_ != revision_; }
+    // Where the finished picture is placed: the location, less what the source adds.
+    virtual int DrawX() const { return location_x_; }
+    virtual int DrawY() const { return location_y_; }
+
 protected:
-    void Mark(bool changed) { needs_saving_ |= changed; }
+    // Gives the Image every setting the items share, and notes the revision given.
+    void SyncCommonImageSettings();
+    void Mark(bool changed) {
+        if (!changed) return;
+        needs_saving_ = true;
+        ++revision_;
+    }
     // The nine schedule keys stand in the item's own section.
     void LoadSchedule(IniSection& keys);
     void SaveSchedule(IniSection& keys) const;
@@ -116,6 +147,13 @@ private:
     std::int32_t update_base_time_ = 0;
     bool scripted_ = false;
     bool needs_saving_ = false;
+    std::uint64_t revision_ = 1;
+
+    tess::Image image_;
+    bool on_now_ = false;
+    double next_time_ = 0;
+    std::int32_t drawn_layer_ = -1;
+    std::uint64_t synced_revision_ = 0;
 };
 
 } // namespace tess

@@ -18,11 +18,13 @@ void Canvas::LoadItems(ItemTable<Item, N>& table, const char* prefix) {
         const std::string section = fmt::format("{}{:03}", prefix, i);
         const std::string probe = ini_.GetKey(section, "Enabled", WriteDefault::No, "");
         if (probe.empty()) {
+            if (table.items[i]) NoteHidden(*table.items[i]);
             table.items[i].reset();
             continue;
         }
+        if (table.items[i]) NoteHidden(*table.items[i]);
         auto item = std::make_unique<Item>(*sun_);
-        item->Schedule().SetCanvasIndex(canvas_value_);
+        WireItem(*item);
         item->SetEnabled(Str2Bool(probe));
         IniSection keys(ini_, section);
         item->LoadSettings(keys);

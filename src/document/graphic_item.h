@@ -5,6 +5,7 @@
 // shadow, and drawn at its location.
 
 #include "document/canvas_item.h"
+#include "document/graphic_source.h"
 #include "imaging/transparent_color.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ public:
     static constexpr std::int32_t kMaxTransparentColors = 16;
     static constexpr std::int32_t kLastCanvas = 20;
 
-    explicit GraphicItem(SunTimes& sun) : CanvasItem(sun, kDefaultInterval) {}
+    explicit GraphicItem(SunTimes& sun);
 
     tess::SourceType SourceType() const { return source_type_; }
     void SetSourceType(std::int32_t value);
@@ -122,6 +123,14 @@ public:
     void LoadSettings(IniSection& keys) override;
     void SaveSettings(IniSection& keys) const override;
 
+    // ---- Drawing ----
+    // The item is due: sets its next time and looks for a new source picture (a changed
+    // file, a new frame, a download started); true when the picture changed.
+    bool Refresh(const CompositionServices& services, double now);
+    // Gives changed settings to the Image and takes in a downloaded picture; true when the
+    // finished picture changed.
+    bool UpdateImage();
+
 private:
     void LoadTransparentColors(IniSection& keys);
     void SaveTransparentColors(IniSection& keys) const;
@@ -145,6 +154,8 @@ private:
     bool transparent_color_enabled_ = false;
     std::int32_t transparent_color_count_ = 1;
     std::array<TransparentColor, kMaxTransparentColors> transparent_colors_{};
+
+    GraphicSource source_;
 };
 
 } // namespace tess

@@ -18,6 +18,15 @@ namespace {
 Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
     for (int slot = 0; slot <= kCanvasSlots; ++slot)
         canvases_[slot] = std::make_unique<tess::Canvas>(slot, sun);
+    composition_.tags.sun = &sun;
+    composition_.tags.karvell = &karvell_;
+    // A canvas showing another one shows what that one composed last; one that shows itself,
+    // directly or round a circle of canvases, shows its own previous picture.
+    composition_.canvas_picture = [this](int slot) -> SharedPicture {
+        if (slot < 1 || slot > kCanvasSlots || !InUse(slot)) return {};
+        const tess::Canvas& canvas = *canvases_[slot];
+        return {&canvas.ComposedDIB(), canvas.PictureRevision()};
+    };
     for (int i = 0; i < kVideoFeeds; ++i) {
         feeds_[i].SetVfWInput(i);
         feeds_[i].SetRate(30);
@@ -102,6 +111,7 @@ void Portfolio::Unload() {
     for (auto& canvas : canvases_) {
         canvas->SetEnabled(false);
         canvas->SetVisible(false);
+        canvas->UnloadDIBs();
     }
     for (auto& feed : feeds_)
         feed.SetEnabled(false);

@@ -6,6 +6,8 @@
 
 #include "capture/video_feed.h"
 #include "document/canvas.h"
+#include "document/composition_services.h"
+#include "document/output_services.h"
 #include "document/script_settings.h"
 #include "publish/web_server.h"
 #include "settings/ini.h"
@@ -13,6 +15,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -84,6 +87,30 @@ public:
     // When the latest video frame arrived.
     double FrameTime() const { return frame_time_; }
 
+    // ---- The update tick ----
+    // What the tick reaches outside the portfolio: the running program fills these in.
+    CompositionServices& Composition() { return composition_; }
+    OutputServices& Outputs() { return outputs_; }
+    // The script's Interval event; none until a script runs.
+    void SetIntervalHandler(std::function<void()> handler) { interval_ = std::move(handler); }
+    // Grabs a frame from an enabled feed whose time has come; none until capture runs.
+    void SetFrameGrabber(std::function<void(tess::VideoFeed&, double now)> grab) {
+        grab_ = std::move(grab);
+    }
+
+    // One tick at `now`: CaptureTime, then the four steps below, the running flag tested
+    // between them. False when the flag was found cleared: the program is to quit.
+    bool Tick(double now);
+    // The script's interval event and the weather input, when due.
+    void UpdateOtherPre();
+    // Each enabled canvas's composition pass, in slot order.
+    void UpdateImages();
+    void UpdateVideoFeeds();
+    // Each enabled canvas's file and desktop outputs, then its FTP push.
+    void UpdateOtherPost();
+    // The earliest time something comes due after the last tick, or `limit`.
+    double NextDue(double limit) const;
+
 private:
     void LoadKarvell();
     void SaveKarvell();
@@ -96,6 +123,8 @@ private:
     void LoadScripting();
     void SaveScripting();
     void NoteWrite(bool ok) { writes_ok_ &= ok; }
+    bool Running() const { return composition_.Running(); }
+    bool InUse(int slot) const;
 
     SunTimes* sun_;
     std::string file_name_;
@@ -112,6 +141,12 @@ private:
     std::int32_t shadow_intensity_ = 30;
     double capture_time_ = 0;
     double frame_time_ = 0;
+
+    CompositionServices composition_;
+    OutputServices outputs_;
+    std::function<void()> interval_;
+    std::function<void(tess::VideoFeed&, double)> grab_;
+    double script_next_time_ = 0;
 };
 
 } // namespace tess

@@ -4,6 +4,7 @@
 // colour. Its tags are expanded before each drawing.
 
 #include "document/canvas_item.h"
+#include "imaging/text/text_drawing.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -11,12 +12,15 @@
 
 namespace tess {
 
+struct TagContext;
+class TextRenderer;
+
 class TextItem : public CanvasItem {
 public:
     static constexpr double kDefaultInterval = 1;
     static constexpr std::int32_t kMaxFontSize = 1000;
 
-    explicit TextItem(SunTimes& sun) : CanvasItem(sun, kDefaultInterval) {}
+    explicit TextItem(SunTimes& sun);
 
     // The text as the user wrote it, tags included.
     const std::string& Text() const { return text_; }
@@ -37,6 +41,18 @@ public:
     void LoadSettings(IniSection& keys) override;
     void SaveSettings(IniSection& keys) const override;
 
+    // ---- Drawing ----
+    // Expands the tags for the tick and sets the next time; true when the expanded text
+    // differs from the one drawn.
+    bool Refresh(const TagContext& tags, double now);
+    // The text as last expanded.
+    const std::string& ExpandedText() const { return expanded_; }
+    // Draws the expanded text into the item's Image when the text or a setting changed;
+    // true when the picture changed.
+    bool UpdateImage(TextRenderer& renderer);
+    int DrawX() const override { return LocationX() - drawing_.Origin().x; }
+    int DrawY() const override { return LocationY() - drawing_.Origin().y; }
+
 private:
     std::string text_;
     std::uint32_t color_ = 0x808080;
@@ -44,6 +60,9 @@ private:
     std::int32_t font_size_ = 14;
     bool font_bold_ = false;
     bool font_italic_ = false;
+
+    std::string expanded_;
+    TextDrawing drawing_;
 };
 
 } // namespace tess

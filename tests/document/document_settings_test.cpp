@@ -82,7 +82,11 @@ TEST(PortfolioWeb, FindsTheFirstServedCanvasByNameAndEncodesItsComposedPicture) 
     // The served picture is the canvas's composed one.
     CanvasWebServer& web = *portfolio.FindServedCanvas("cam.jpg");
     EXPECT_TRUE(web.JPEGData(45000.5)->empty());
-    portfolio.Canvas(2).ComposedDIB().SetWidthHeight(40, 30);
+    Canvas& two = portfolio.Canvas(2);
+    two.SetFileName("two.can");
+    two.SetEnabled(true);
+    two.SetWidthHeight(40, 30);
+    portfolio.Tick(45000.55); // composes the canvas: its background alone
     DIB decoded;
     ASSERT_TRUE(DecodeJpegIntoDIB(*web.JPEGData(45000.6), decoded));
     EXPECT_EQ(decoded.Width(), 40);

@@ -1,0 +1,52 @@
+#pragma once
+
+// What a canvas's composition pass reaches outside the canvas: the tick's "now", the text
+// renderer, the tag values, the pictures of other canvases and video feeds, URL downloads and
+// the script's update events. The portfolio fills it in once and renews `now` every tick;
+// anything left empty is simply not available (the render command has no other canvases,
+// nothing has a script yet).
+
+#include "imaging/tags/process_text.h"
+
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+namespace tess {
+
+class DIB;
+class TextRenderer;
+class UrlFetcher;
+
+// A picture another object keeps, with a number that changes whenever its pixels do, so
+// that a copy is only taken of a new picture.
+struct SharedPicture {
+    const DIB* picture = nullptr; // null: none (yet)
+    std::uint64_t revision = 0;
+};
+
+struct CompositionServices {
+    double now = 0; // the tick's CaptureTime
+    TextRenderer* text_renderer = nullptr;
+    TagContext tags; // its `now` follows `now`
+    UrlFetcher* url_fetcher = nullptr;
+
+    // The composed picture of canvas slot 1..20.
+    std::function<SharedPicture(int slot)> canvas_picture;
+    // The latest frame of the video feed of that name.
+    std::function<SharedPicture(std::string_view feed_name)> feed_frame;
+    // A download finished or a picture arrived between ticks: a tick is wanted soon.
+    std::function<void()> wake;
+
+    // The script's events, raised only when the script allows them.
+    bool allow_text_update = false;
+    bool allow_graphic_update = false;
+    std::function<void(int canvas, int index)> text_update;
+    std::function<void(int canvas, int index)> graphic_update;
+    // The application's running flag; a pass stops when it is found cleared.
+    std::function<bool()> running;
+
+    bool Running() const { return !running || running(); }
+};
+
+} // namespace tess

@@ -1,0 +1,65 @@
+#pragma once
+
+// Where a graphic item's picture comes from, brought up to date when the item is due: a
+// picture file (read again only when it changed on disk), a URL (downloaded on the event
+// loop; the last good picture stays until a new one arrives), a rectangle of the item's
+// background colour, another canvas's composed picture or a video feed's latest frame (each
+// copied only when it is a new one).
+
+#include "document/composition_services.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+
+namespace tess {
+
+class GraphicItem;
+class Image;
+
+class GraphicSource {
+public:
+    GraphicSource();
+    ~GraphicSource();
+    GraphicSource(const GraphicSource&) = delete;
+    GraphicSource& operator=(const GraphicSource&) = delete;
+
+    // Gives `image` the item's source settings; a change of source forgets what the last
+    // source delivered.
+    void Sync(const GraphicItem& item, Image& image);
+    // The item is due: looks for a new picture; true when `image` got one.
+    bool Refresh(const GraphicItem& item, Image& image, const CompositionServices& services);
+    // A downloaded picture that arrived since the last pass, decoded into `image`; true
+    // when the picture changed. Cheap when nothing arrived.
+    bool TakeDownload(Image& image);
+
+private:
+    struct FileStamp {
+        bool exists = false;
+        dev_t device = 0;
+        ino_t inode = 0;
+        off_t size = 0;
+        long long mtime_ns = 0;
+        bool operator==(const FileStamp&) const = default;
+    };
+    struct Download;
+
+    bool RefreshFile(Image& image);
+    bool RefreshRectangle(const GraphicItem& item, Image& image);
+    bool RefreshShared(SharedPicture shared, Image& image);
+    void StartDownload(const GraphicItem& item, const CompositionServices& services);
+    void Report(const std::string& url, const std::string& problem);
+
+    int type_ = -1;
+    std::string file_name_; // the picture file, as the file system wants it
+    FileStamp stamp_;
+    bool stamp_known_ = false;
+    int rectangle_width_ = 0, rectangle_height_ = 0;
+    std::uint64_t shared_revision_ = 0;
+    bool shared_shown_ = false;
+    std::shared_ptr<Download> download_;
+    std::string url_problem_; // so that a URL that stays broken is logged once
+};
+
+} // namespace tess

@@ -1,0 +1,207 @@
+// The update tick's outputs with a clock the test sets: fixed files with their cascade,
+// sequential files, the desktop background, and what goes wrong on the way.
+
+#include "base/error.h"
+#include "document/canvas_fixture.h"
+#include "document/output_files.h"
+#include "document/wallpaper.h"
+#include "imaging/jpeg.h"
+#include "imaging/picture.h"
+#include "settings/ini.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+namespace tess {
+namespace {
+
+namespace fs = std::filesystem;
+using test::At;
+using test::Color;
+using test::Near;
+
+std::vector<std::string> FilesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(folder, ec))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+test::Bgr CentreOf(const std::string& jpeg_file) {
+    DIB picture;
+    EXPECT_EQ(LoadJpegIntoDIB(jpeg_file, picture), JpegResult::Loaded) << jpeg_file;
+    if (!picture.HasBitmap()) return {};
+    return test::PixelAt(picture, picture.Width() / 2, picture.Height() / 2);
+}
+
+class UpdateLoop : public test::CanvasFixture {
+protected:
+    // Ticks every `step` seconds from `from` up to and including `to`.
+    void RunTicks(double from, double to, double step) {
+        for (double t = from; t <= to + 1e-9; t += step)
+            ASSERT_TRUE(portfolio.Tick(At(0, 0, t)));
+    }
+};
+
+TEST(OutputFiles, NamesOfCascadeAndSequentialFiles) {
+    EXPECT_EQ(CascadeFileName("images/fixed.jpg", 7), "images/fixed0007.jpg");
+    EXPECT_EQ(CascadeFileName("images.d/fixed", 12), "images.d/fixed0012");
+    EXPECT_EQ(CascadeFileName("fixed.jpeg", 1), "fixed0001.jpeg");
+    // The moment that has begun, never rounded up: 23:59:59.999 is still the old day.
+    EXPECT_EQ(SequentialFileName("seq\\", kSequentialTimeStamped, At(23, 59, 59.999), 0),
+              "seq/24062123595999.jpg");
+    EXPECT_EQ(SequentialFileName("seq", kSequentialTimeStamped, At(9, 5, 7.25), 0),
+              "seq/24062109050725.jpg");
+    EXPECT_EQ(SequentialFileName("", kSequentialNumbered, 0, 42), "00000042.jpg");
+}
+
+TEST_F(UpdateLoop, AFixedFileKeepsToItsGridAndItsCascadeKeepsTheOlderPictures) {
+    Canvas& canvas = UseCanvas(1, 16, 16, 0x0000FF);
+    canvas.SetFixedEnabled(true);
+    canvas.SetFixedRate(2);
+    canvas.SetFixedFileName("out\\fixed.jpg");
+    canvas.SetCascadeEnabled(true);
+    canvas.SetCascadeCount(3);
+    canvas.SetCascadeMode(kCascadeWithCurrent);
+    canvas.SetSequentialEnabled(true);
+    canvas.SetSequentialRate(2);
+    canvas.SetSequentialDirectory("seq\\");
+    canvas.SetSequentialType(kSequentialTimeStamped);
+
+    RunTicks(12 * 3600 + 0.01, 12 * 3600 + 10.01, 0.25);
+    // The first tick only joins the grid; then one picture every 2 s, at the first tick
+    // on or after each grid point, named after that tick's time.
+    EXPECT_EQ(
+        FilesIn(dir.File("seq")),
+        (std::vector<std::string>{"24062112000201.jpg", "24062112000401.jpg", "24062112000601.jpg",
+                                  "24062112000801.jpg", "24062112001001.jpg"}));
+    EXPECT_EQ(
+        FilesIn(dir.File("out")),
+        (std::vector<std::string>{"fixed.jpg", "fixed0001.jpg", "fixed0002.jpg", "fixed0003.jpg"}));
+    EXPECT_TRUE(Near(CentreOf(dir.File("out/fixed.jpg")), Color(0x0000FF), 6));
+}
+
+TEST_F(UpdateLoop, CascadeModesDifferInWhetherTheNewestCopyIsTheCurrentPicture) {
+    for (std::int32_t mode : {kCascadeOlderCopies, kCascadeWithCurrent}) {
+        const std::string name = "mode" + std::to_string(mode) + ".jpg";
+        Canvas& canvas = UseCanvas(mode + 1, 16, 16, 0x000000);
+        canvas.SetFixedEnabled(true);
+        canvas.SetFixedRate(1);
+        canvas.SetFixedFileName(name);
+        canvas.SetCascadeEnabled(true);
+        canvas.SetCascadeCount(2);
+        canvas.SetCascadeMode(mode);
+        GraphicItem& fill = AddRectangle(canvas, 1, 0, 0, 0, 16, 16, 0x0000FF);
+        fill.SetInterval(0);
+        const double base = 13 * 3600 + 0.01;
+        RunTicks(base, base + 1, 1); // joins the grid, then red
+        fill.SetBackgroundColor(0x00FF00);
+        RunTicks(base + 2, base + 2, 1); // green
+        fill.SetBackgroundColor(0xFF0000);
+        RunTicks(base + 3, base + 3, 1); // blue
+        canvas.SetEnabled(false);
+
+        EXPECT_TRUE(Near(CentreOf(dir.File(name)), Color(0xFF0000), 8));
+        const std::string first = dir.File(CascadeFileName(name, 1));
+        const std::string second = dir.File(CascadeFileName(name, 2));
+        if (mode == kCascadeOlderCopies) {
+            EXPECT_TRUE(Near(CentreOf(first), Color(0x00FF00), 8));
+            EXPECT_TRUE(Near(CentreOf(second), Color(0x0000FF), 8));
+        } else {
+            EXPECT_TRUE(Near(CentreOf(first), Color(0xFF0000), 8));
+            EXPECT_TRUE(Near(CentreOf(second), Color(0x00FF00), 8));
+        }
+        EXPECT_FALSE(fs::exists(dir.File(CascadeFileName(name, 3))));
+    }
+}
+
+TEST_F(UpdateLoop, AnOutputOffByItsScheduleMovesOnAndDoesNotBurstWhenItOpens) {
+    Canvas& canvas = UseCanvas(1, 16, 16, 0);
+    canvas.SetSequentialEnabled(true);
+    canvas.SetSequentialRate(60);
+    canvas.SetSequentialDirectory("seq");
+    Schedule& window = canvas.SequentialSchedule();
+    window.SetScheduleMode(1);
+    window.SetStartAbsoluteTime((12 * 3600 + 150) / 86400.0); // 12:02:30
+    window.SetStopAbsoluteTime(0.9);
+
+    RunTicks(12 * 3600 + 0.01, 12 * 3600 + 300.01, 1);
+    EXPECT_EQ(FilesIn(dir.File("seq")),
+              (std::vector<std::string>{"24062112030001.jpg", "24062112040001.jpg",
+                                        "24062112050001.jpg"}));
+}
+
+TEST_F(UpdateLoop, NumberedFilesWrapAfter99999999AndTheNumberIsKeptInTheCanvasFile) {
+    Canvas& canvas = UseCanvas(1, 16, 16, 0);
+    canvas.SaveFile();
+    canvas.SetSequentialEnabled(true);
+    canvas.SetSequentialRate(1);
+    canvas.SetSequentialDirectory("numbered\\");
+    canvas.SetSequentialType(kSequentialNumbered);
+    canvas.SetSequentialNumber(99999998);
+
+    RunTicks(12 * 3600 + 0.01, 12 * 3600 + 3.01, 1);
+    EXPECT_EQ(FilesIn(dir.File("numbered")),
+              (std::vector<std::string>{"00000000.jpg", "99999998.jpg", "99999999.jpg"}));
+    EXPECT_EQ(canvas.SequentialNumber(), 1);
+    INI file(canvas.FileName());
+    EXPECT_EQ(file.GetKey("Capture", "SequentialNumber", WriteDefault::No, ""), "1");
+}
+
+TEST_F(UpdateLoop, TwoCanvasesWithOneFixedFileWriteItInSlotOrder) {
+    for (int slot : {1, 2}) {
+        Canvas& canvas = UseCanvas(slot, 16, 16, slot == 1 ? 0x0000FF : 0xFF0000);
+        canvas.SetFixedEnabled(true);
+        canvas.SetFixedRate(5);
+        canvas.SetFixedFileName("shared.jpg");
+    }
+    RunTicks(12 * 3600 + 1.01, 12 * 3600 + 5.01, 4);
+    EXPECT_TRUE(Near(CentreOf(dir.File("shared.jpg")), Color(0xFF0000), 6));
+}
+
+TEST_F(UpdateLoop, AFileThatCannotBeWrittenRaisesAnErrorNamingIt) {
+    test::WriteFileBytes(dir.File("blocker"), "a file where a folder should be");
+    Canvas& canvas = UseCanvas(1, 16, 16, 0);
+    canvas.SetFixedEnabled(true);
+    canvas.SetFixedRate(1);
+    canvas.SetFixedFileName("blocker/fixed.jpg");
+    ASSERT_TRUE(portfolio.Tick(At(12, 0, 0.01)));
+    try {
+        portfolio.Tick(At(12, 0, 1.01));
+        FAIL() << "no error raised";
+    } catch (const TessError& e) {
+        EXPECT_NE(e.Description().find("blocker"), std::string::npos) << e.Description();
+    }
+    EXPECT_EQ(FilesIn(dir.Path()), (std::vector<std::string>{"blocker"})); // nothing left over
+}
+
+TEST_F(UpdateLoop, TheDesktopBackgroundIsWrittenAndHandedToTheConfiguredCommand) {
+    Wallpaper wallpaper(dir.File("data"), "cp %f " + dir.File("shown.jpg"));
+    portfolio.Outputs().wallpaper = &wallpaper;
+    Canvas& canvas = UseCanvas(1, 24, 12, 0x00FF00);
+    canvas.SetBackgroundEnabled(true);
+    canvas.SetBackgroundRate(10);
+    RunTicks(12 * 3600 + 5.01, 12 * 3600 + 10.01, 5);
+    EXPECT_EQ(wallpaper.Applied(), 1);
+    tess::Picture bitmap;
+    ASSERT_EQ(bitmap.LoadFile(dir.File("data/TessarolleWallPaper.bmp")), PictureStatus::Ok);
+    EXPECT_EQ(test::PixelAt(bitmap.Pixels(), 3, 3), Color(0x00FF00));
+    EXPECT_TRUE(Near(CentreOf(dir.File("data/TessarolleWallPaper.jpg")), Color(0x00FF00), 6));
+    for (int i = 0; i < 200 && !fs::exists(dir.File("shown.jpg")); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_TRUE(fs::exists(dir.File("shown.jpg")));
+
+    // "none" writes the files and shows nothing.
+    Wallpaper quiet(dir.File("quiet"), std::string(Wallpaper::kNoCommand));
+    portfolio.Outputs().wallpaper = &quiet;
+    RunTicks(12 * 3600 + 20.01, 12 * 3600 + 20.01, 1);
+    EXPECT_EQ(quiet.Applied(), 0);
+    EXPECT_TRUE(fs::exists(dir.File("quiet/TessarolleWallPaper.bmp")));
+}
+
+} // namespace
+} // namespace tess
