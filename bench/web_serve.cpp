@@ -1,7 +1,7 @@
 // The web server as the running program has it, for load tests from outside (see
 // bench/web_vs_nginx.sh): the Application's event loop and update timer, a portfolio whose
-// canvas 1 holds a 1280 x 720 camera-like frame served as "Canvas01.jpg", and a 10 ms probe
-// timer on the same loop that measures how late timers run while requests pour in.
+// canvas 1 composes a 1280 x 720 camera-like frame from a JPEG file, served as "Canvas01.jpg", and
+// a 10 ms probe timer on the same loop that measures how late timers run while requests pour in.
 //
 //   web_serve --port N [--interval SECONDS] [--web FOLDER]
 //
@@ -10,9 +10,10 @@
 
 #include "app/application.h"
 #include "app/headless_ui.h"
-#include "app/web_hosting.h"
+#include "app/portfolio_hosting.h"
 #include "base/log.h"
 #include "document/portfolio.h"
+#include "imaging/jpeg.h"
 #include "web_frame.h"
 
 #include <algorithm>
@@ -87,11 +88,23 @@ int main(int argc, char** argv) {
     tess::Application app(ui, ".");
     app.SetRunning(true);
     auto portfolio = std::make_unique<tess::Portfolio>(app.StationSun());
-    tess::HostWebServer(app, *portfolio);
+    tess::HostPortfolio(app, *portfolio);
     tess::Canvas& canvas = portfolio->Canvas(1);
     canvas.SetFileName("bench.can");
     canvas.SetEnabled(true);
-    tess::bench::FillCameraFrame(canvas.ComposedDIB());
+    canvas.SetWidthHeight(1280, 720);
+    {
+        tess::DIB frame;
+        tess::bench::FillCameraFrame(frame);
+        const std::vector<std::uint8_t> jpeg = tess::EncodeJpeg(frame, 90);
+        std::ofstream("bench-frame.jpg", std::ios::binary)
+            .write(reinterpret_cast<const char*>(jpeg.data()), static_cast<long>(jpeg.size()));
+    }
+    tess::GraphicItem& camera = canvas.AddGraphic(1);
+    camera.SetEnabled(true);
+    camera.SetSourceType(static_cast<int>(tess::SourceType::GraphicFile));
+    camera.SetSourceFileName("bench-frame.jpg");
+    camera.SetLayer(0);
     tess::CanvasWebServer& served = canvas.CanvasWebServer();
     served.SetEnabled(true);
     served.SetFileName("Canvas01.jpg");

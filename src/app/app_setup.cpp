@@ -25,6 +25,9 @@ void LoadSetup(INI& ini, AppSettings& s) {
     s.StartupLastNonMinimizedState = Str2Lng(get("StartupLastNonMinimizedState", "2"));
     s.StationLongitude = Str2DblNI(get("StationLongitude", "0"));
     s.StationLatitude = Str2DblNI(get("StationLatitude", "0"));
+    // Optional: a file without them stays as it is.
+    s.WallpaperFolder = ini.GetKey("Wallpaper", "Folder", WriteDefault::No, "");
+    s.WallpaperCommand = ini.GetKey("Wallpaper", "ApplyCommand", WriteDefault::No, "");
 }
 
 void SaveSetup(INI& ini, const AppSettings& s) {

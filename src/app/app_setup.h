@@ -24,6 +24,10 @@ struct AppSettings {
     std::int32_t StartupLastNonMinimizedState = 2;
     double StationLongitude = 0;
     double StationLatitude = 0;
+    // Section "Wallpaper", read only when present: where the desktop background files go
+    // (empty: the data folder) and the command that shows them (empty: found on the machine).
+    std::string WallpaperFolder;
+    std::string WallpaperCommand;
 };
 
 void LoadSetup(INI& ini, AppSettings& settings);

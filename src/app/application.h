@@ -24,12 +24,20 @@ class io_context;
 namespace tess {
 
 class Portfolio;
+class TextRenderer;
+class UrlFetcher;
 class UserInterface;
+class Wallpaper;
 
 class Application {
 public:
-    // The update timer's period: fast enough for outputs at 1/30 s, cheap when idle.
+    // The update timer wakes when the portfolio's next item or output comes due, but never
+    // sooner than kUpdateInterval after the last tick (so outputs at 1/30 s keep their
+    // grid and "at every update" means a hundred times a second) and never later than
+    // kLongestSleep (so daily schedules that open or close are seen at once). An idle
+    // portfolio costs four short ticks a second.
     static constexpr std::chrono::milliseconds kUpdateInterval{10};
+    static constexpr std::chrono::milliseconds kLongestSleep{250};
     static constexpr int kCanvasSlots = 20;
 
     Application(UserInterface& ui, std::string directory);
@@ -61,14 +69,26 @@ public:
     Sun& StationSun() { return sun_; }
     int AllowedCanvases() const { return kCanvasSlots; }
 
+    // A portfolio to open at start-up in place of the last one (`tessarolle run FILE`).
+    const std::string& StartPortfolio() const { return start_portfolio_; }
+    void SetStartPortfolio(std::string path) { start_portfolio_ = std::move(path); }
+
     Portfolio* CurrentPortfolio() { return portfolio_.get(); }
     void SetCurrentPortfolio(std::unique_ptr<Portfolio> portfolio);
     std::unique_ptr<Portfolio> ReleasePortfolio();
 
-    // The update timer tmrUpdateCanvas: one tick every kUpdateInterval on the event loop.
+    // The services every portfolio of the running program shares: the text renderer, the
+    // URL downloads on the event loop and the desktop background.
+    TextRenderer& Text();
+    UrlFetcher& Downloads();
+    tess::Wallpaper& Wallpaper();
+
+    // The update timer tmrUpdateCanvas on the event loop (see kUpdateInterval).
     void StartUpdateTimer();
     void StopUpdateTimer();
     std::uint64_t TickCount() const { return ticks_; }
+    // Something arrived between ticks (a downloaded picture): a tick as soon as allowed.
+    void WakeSoon();
 
     // Stops the event loop; Run returns.
     void Stop();
@@ -79,6 +99,7 @@ private:
     struct LoopState;
     void ScheduleTick();
     void tmrUpdateCanvas_Timer();
+    std::chrono::steady_clock::duration SleepAfterTick();
 
     UserInterface& ui_;
     std::string directory_;
@@ -94,6 +115,10 @@ private:
     Clock clock_;
     TimeZone zone_{clock_};
     Sun sun_{clock_, zone_};
+    std::unique_ptr<TextRenderer> text_;
+    std::unique_ptr<UrlFetcher> downloads_;
+    std::unique_ptr<tess::Wallpaper> wallpaper_;
+    std::string start_portfolio_;
     std::unique_ptr<Portfolio> portfolio_;
     std::uint64_t ticks_ = 0;
     int exit_code_ = 0;

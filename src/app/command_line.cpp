@@ -53,6 +53,7 @@ int RunProgram(const RunOptions& options) {
     SetProgressCallback([&] { ui->UpdateStatus(status_counter); });
 
     Application app(*ui, ".");
+    app.SetStartPortfolio(options.portfolio);
     if (int status = Main(app); status != 0) return status;
     if (!app.Running()) return app.ExitCode();
 

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <string>
+
 namespace tess {
 
 // The program's command line; returns the process exit status.
 int RunCommandLine(int argc, char** argv);
 
 struct RunOptions {
+    std::string portfolio;  // opened in place of the last one
     double for_seconds = 0; // 0: until SIGINT or SIGTERM
     bool save_on_quit = false;
     bool headless = false;

@@ -1,14 +1,17 @@
 #include "app/commands.h"
 
 #include "app/document_commands.h"
+#include "app/render_command.h"
+#include "app/run_commands.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
 
 namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
-    static const std::vector<AddSubcommand> all = {AddPortfolioCommand, AddCanvasCommand,
-                                                   AddSunCommand, AddTagsCommand};
+    static const std::vector<AddSubcommand> all = {
+        AddRunCommand, AddRenderCommand, AddPortfolioCommand, AddCanvasCommand,
+        AddSunCommand, AddTagsCommand,   AddDemoCommand};
     return all;
 }
 

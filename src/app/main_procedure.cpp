@@ -1,9 +1,9 @@
 #include "app/main_procedure.h"
 
 #include "app/application.h"
+#include "app/portfolio_hosting.h"
 #include "app/quit.h"
 #include "app/user_interface.h"
-#include "app/web_hosting.h"
 #include "base/log.h"
 #include "document/portfolio.h"
 #include "settings/numbers.h"
@@ -13,16 +13,19 @@ namespace tess {
 namespace {
 
 // The portfolio open at the last shutdown comes back when the user wants it to.
+// A portfolio named on the command line is opened whatever AutoLoad says, and becomes the
+// last one, as opening it from the File menu would.
 void ReopenLastPortfolio(Application& app) {
     UserInterface& ui = app.UI();
-    const AppSettings& setup = app.Setup();
-    if (setup.LastPortfolio.empty() || !setup.AutoLoad) {
+    AppSettings& setup = app.Setup();
+    if (!app.StartPortfolio().empty()) setup.LastPortfolio = app.StartPortfolio();
+    if (setup.LastPortfolio.empty() || (!setup.AutoLoad && app.StartPortfolio().empty())) {
         ui.CloseSplash();
         return;
     }
     auto portfolio = std::make_unique<Portfolio>(app.StationSun());
     portfolio->SetFileName(setup.LastPortfolio);
-    HostWebServer(app, *portfolio);
+    HostPortfolio(app, *portfolio);
     ui.CloseSplash();
     ui.ShowStatus("Loading...");
     portfolio->LoadFile();

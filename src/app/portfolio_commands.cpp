@@ -3,8 +3,8 @@
 #include "app/application.h"
 #include "app/file_command_support.h"
 #include "app/file_commands.h"
+#include "app/portfolio_hosting.h"
 #include "app/user_interface.h"
-#include "app/web_hosting.h"
 #include "document/portfolio.h"
 
 #include <memory>
@@ -58,7 +58,7 @@ bool SavePortfolioFile(Application& app, Portfolio& portfolio) {
 bool PortfolioNew(Application& app) {
     if (!OfferToSaveOpenPortfolio(app)) return false;
     auto portfolio = std::make_unique<Portfolio>(app.StationSun());
-    HostWebServer(app, *portfolio);
+    HostPortfolio(app, *portfolio);
     ReplacePortfolio(app, std::move(portfolio));
     app.UI().ShowMessage("Your portfolio has been created.\nYou may now add canvases using the "
                          "Open Canvas or New Canvas selections from the File Menu.",
@@ -79,7 +79,7 @@ bool PortfolioOpen(Application& app) {
     ReplacePortfolio(app, nullptr);
     auto portfolio = std::make_unique<Portfolio>(app.StationSun());
     portfolio->SetFileName(*chosen);
-    HostWebServer(app, *portfolio);
+    HostPortfolio(app, *portfolio);
     ui.ShowStatus("Loading...");
     portfolio->LoadFile();
     ui.HideStatus();

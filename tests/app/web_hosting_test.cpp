@@ -6,6 +6,7 @@
 #include "app/quit.h"
 #include "app/scripted_ui.h"
 #include "document/portfolio.h"
+#include "imaging/bmp_writer.h"
 #include "imaging/picture_decoders.h"
 #include "publish/web_picture.h"
 #include "support/run_process.h"
@@ -36,7 +37,14 @@ void WriteSite(const test::TempDir& dir, std::uint16_t port) {
                              std::to_string(port) + "\r\n");
     test::WriteFileBytes(dir.File("cam.can"), "[General]\r\nName=Cam\r\nWidth=320\r\n"
                                               "Height=240\r\n[WebServer]\r\nEnabled=True\r\n"
-                                              "FileName=Canvas01.jpg\r\n");
+                                              "FileName=Canvas01.jpg\r\n[Graphic001]\r\n"
+                                              "Enabled=True\r\nSourceType=1\r\n"
+                                              "SourceFileName=quadrants.bmp\r\n");
+    DIB quadrants;
+    test::FillQuadrants(quadrants, 320, 240);
+    const std::vector<std::uint8_t> bmp = EncodeBmp(quadrants);
+    test::WriteFileBytes(dir.File("quadrants.bmp"),
+                         std::string(reinterpret_cast<const char*>(bmp.data()), bmp.size()));
     std::filesystem::create_directories(dir.File("web"));
     test::WriteFileBytes(dir.File("web/index.htm"),
                          "<html><body style=\"margin:0\"><img src=\"Canvas01.jpg\" "
@@ -59,8 +67,6 @@ TEST_F(WebHosting, TheLoadedPortfolioServesItsCanvasToABrowser) {
     ASSERT_NE(portfolio, nullptr);
     // Enabled was read last: the server listens on the file's port, not the default.
     EXPECT_EQ(portfolio->WebServer().ListeningPort(), port);
-    // Until composition runs in the loop, the test composes the picture itself.
-    test::FillQuadrants(portfolio->Canvas(1).ComposedDIB(), 320, 240);
 
     {
         test::LoopThread thread(app.Loop());
