@@ -212,7 +212,7 @@ public:
     // layers they changed and the composed picture. False when the application stopped
     // running during a script event: the tick goes no further.
     bool UpdateImage(const CompositionServices& services);
-    // Draws the items of one layer: all shadows, then graphics, then texts.
+    // Draws the items of one layer into its bitmap: all shadows, then graphics, then texts.
     void AddTextAndGraphicLayer(std::int32_t layer);
 
     // The composed picture that is shown, saved and published; empty until first composed.
@@ -258,6 +258,7 @@ private:
     bool UpdateTexts(const CompositionServices& services, bool reload);
     bool UpdateGraphics(const CompositionServices& services, bool reload);
     void RebuildLayers();
+    void DrawLayer(std::int32_t index, DIB& layer);
     void MergeShadows(DIB& layer, std::int32_t index);
     void SaveFixed(const std::vector<std::uint8_t>& jpeg);
     void SaveSequential(const std::vector<std::uint8_t>& jpeg, double now);

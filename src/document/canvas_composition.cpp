@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace tess {
 
@@ -129,39 +131,65 @@ bool Canvas::UpdateGraphics(const CompositionServices& services, bool reload) {
     return true;
 }
 
-// Layers from the lowest changed one up are rebuilt, each from the bitmap of the highest
-// layer in use beneath it (or the background colour); layers without items take no bitmap.
+// Layers from the lowest changed one up are rebuilt, starting from the kept picture through
+// the highest layer in use beneath it (or from the background colour). A layer's picture is
+// kept only once a change above it has shown it is worth keeping: a clock on the top layer
+// keeps the picture beneath it, while layers that only ever change together share one bitmap.
 void Canvas::RebuildLayers() {
     const int from = layers_.FirstToRebuild();
     if (from == CanvasLayers::kLayers && layers_.Top() >= 0) return;
-    int below = -1;
+    int top = -1, below_from = -1;
     for (int k = 0; k < CanvasLayers::kLayers; ++k) {
-        DIB& layer = layers_.Layer(k);
-        if (!layer_used_[k]) {
-            if (k >= from) layer.SetWidthHeight(0, 0);
-            continue;
-        }
-        if (k >= from) {
-            layer.SetWidthHeight(width_, height_);
-            if (below < 0)
-                layer.Clear(background_color_);
-            else
-                std::memcpy(layer.DIBPtr(), layers_.Layer(below).DIBPtr(), layer.BufferSize());
-            AddTextAndGraphicLayer(k);
-        }
-        below = k;
+        if (!layer_used_[k]) continue;
+        top = k;
+        if (k < from) below_from = k;
     }
-    if (below < 0) { // nothing to draw: the background alone
-        below = 0;
+    int base = -1; // the layer whose kept picture the rebuild starts from
+    for (int k = std::min(from, CanvasLayers::kLayers) - 1; k >= 0 && base < 0; --k) {
+        if (layer_used_[k] && layers_.Kept(k) && layers_.Layer(k).Width() == width_ &&
+            layers_.Layer(k).Height() == height_)
+            base = k;
+    }
+    if (below_from > base) layers_.Keep(below_from); // next time this change costs less
+
+    const DIB* previous = base >= 0 ? &layers_.Layer(base) : nullptr;
+    DIB* work = nullptr;
+    int work_layer = -1;
+    for (int k = base + 1; k <= top; ++k) {
+        if (!layer_used_[k]) continue;
+        if (!work) { // the next kept layer, or the top, takes the drawing from here on
+            work_layer = k;
+            while (work_layer < top && !(layer_used_[work_layer] && layers_.Kept(work_layer)))
+                ++work_layer;
+            work = &layers_.Layer(work_layer);
+            work->SetWidthHeight(width_, height_);
+            if (previous)
+                std::memcpy(work->DIBPtr(), previous->DIBPtr(), work->BufferSize());
+            else
+                work->Clear(background_color_);
+        }
+        DrawLayer(k, *work);
+        if (k == work_layer) {
+            previous = work;
+            work = nullptr;
+        }
+    }
+    if (top < 0) { // nothing to draw: the background alone
+        top = 0;
         layers_.Layer(0).SetWidthHeight(width_, height_);
         layers_.Layer(0).Clear(background_color_);
     }
-    layers_.SetTop(below);
+    for (int k = 0; k < CanvasLayers::kLayers; ++k) // bitmaps nothing will start from again
+        if (k != top && !(layer_used_[k] && layers_.Kept(k))) layers_.Layer(k).SetWidthHeight(0, 0);
+    layers_.SetTop(top);
     layers_.ClearFlags();
 }
 
 void Canvas::AddTextAndGraphicLayer(std::int32_t index) {
-    DIB& layer = layers_.Layer(index);
+    DrawLayer(index, layers_.Layer(index));
+}
+
+void Canvas::DrawLayer(std::int32_t index, DIB& layer) {
     if (!layer.HasBitmap()) return;
     MergeShadows(layer, index);
     for (auto& item : graphics_.items)
@@ -172,41 +200,78 @@ void Canvas::AddTextAndGraphicLayer(std::int32_t index) {
             item->Image().MergeImageTo(layer, item->DrawX(), item->DrawY());
 }
 
-// All shadows of the layer are gathered in one bitmap just large enough for them, which then
-// darkens the layer at the canvas's shadow intensity: shadows never darken one another
-// twice, and lie under every item of the layer.
+namespace {
+
+struct Box {
+    int left, top, right, bottom;
+    bool Meets(const Box& o) const {
+        return left < o.right && o.left < right && top < o.bottom && o.top < bottom;
+    }
+    void Take(const Box& o) {
+        left = std::min(left, o.left), top = std::min(top, o.top);
+        right = std::max(right, o.right), bottom = std::max(bottom, o.bottom);
+    }
+};
+
+// Overlapping boxes joined until no two meet.
+std::vector<Box> Clusters(std::vector<Box> boxes) {
+    for (bool joined = true; joined;) {
+        joined = false;
+        for (std::size_t i = 0; i < boxes.size() && !joined; ++i) {
+            for (std::size_t j = i + 1; j < boxes.size(); ++j) {
+                if (!boxes[i].Meets(boxes[j])) continue;
+                boxes[i].Take(boxes[j]);
+                boxes.erase(boxes.begin() + static_cast<std::ptrdiff_t>(j));
+                joined = true;
+                break;
+            }
+        }
+    }
+    return boxes;
+}
+
+} // namespace
+
+// The shadows of the layer are gathered in bitmaps just large enough for each group of
+// shadows that touch one another (the clock at the top and a caption at the bottom make two
+// small bitmaps, not one as large as the canvas); each then darkens the layer at the canvas's
+// shadow intensity. Shadows never darken one another twice, and lie under every item of the
+// layer.
 void Canvas::MergeShadows(DIB& layer, std::int32_t index) {
     const int level = static_cast<int>(std::lround(shadow_intensity_ * 2.55));
     if (level == 0) return; // they would vanish anyway
-    int left = layer.Width(), top = layer.Height(), right = 0, bottom = 0;
-    auto grow = [&](CanvasItem& item) {
+    std::vector<std::pair<CanvasItem*, Box>> casts;
+    auto note = [&](CanvasItem& item) {
         const Image::Bounds b = item.Image().ShadowBounds(ShadowX(item), ShadowY(item));
-        if (b.Empty()) return;
-        left = std::min(left, std::max(b.left, 0));
-        top = std::min(top, std::max(b.top, 0));
-        right = std::max(right, std::min(b.left + b.width, layer.Width()));
-        bottom = std::max(bottom, std::min(b.top + b.height, layer.Height()));
+        const Box box{std::max(b.left, 0), std::max(b.top, 0),
+                      std::min(b.left + b.width, layer.Width()),
+                      std::min(b.top + b.height, layer.Height())};
+        if (!b.Empty() && box.left < box.right && box.top < box.bottom)
+            casts.emplace_back(&item, box);
     };
     for (auto& item : graphics_.items)
-        if (DrawsOn(item.get(), index) && item->Shadow()) grow(*item);
+        if (DrawsOn(item.get(), index) && item->Shadow()) note(*item);
     for (auto& item : texts_.items)
-        if (DrawsOn(item.get(), index) && item->Shadow()) grow(*item);
-    if (right <= left || bottom <= top) return;
+        if (DrawsOn(item.get(), index) && item->Shadow()) note(*item);
+    if (casts.empty()) return;
 
+    std::vector<Box> boxes;
+    for (const auto& cast : casts)
+        boxes.push_back(cast.second);
     DIB& shadow = layers_.Shadow();
-    shadow.SetWidthHeight(right - left, bottom - top);
-    shadow.Clear(0);
-    auto gather = [&](CanvasItem& item) {
-        item.Image().MergeShadowTo(shadow, ShadowX(item) - left, ShadowY(item) - top);
-    };
-    for (auto& item : graphics_.items)
-        if (DrawsOn(item.get(), index) && item->Shadow()) gather(*item);
-    for (auto& item : texts_.items)
-        if (DrawsOn(item.get(), index) && item->Shadow()) gather(*item);
     static const TransparentColor kUntouched{0x000000, 0};
-    Merge(layer.DIBPtr(), layer.Width(), layer.Height(), shadow.DIBPtr(), shadow.Width(),
-          shadow.Height(), left, layer.Height() - bottom, kOpacityNegative, 0, level, nullptr, 0, 0,
-          &kUntouched, 1, 1);
+    for (const Box& group : Clusters(std::move(boxes))) {
+        shadow.SetWidthHeight(group.right - group.left, group.bottom - group.top);
+        shadow.Clear(0);
+        for (const auto& [item, box] : casts) {
+            if (!group.Meets(box)) continue;
+            item->Image().MergeShadowTo(shadow, ShadowX(*item) - group.left,
+                                        ShadowY(*item) - group.top);
+        }
+        Merge(layer.DIBPtr(), layer.Width(), layer.Height(), shadow.DIBPtr(), shadow.Width(),
+              shadow.Height(), group.left, layer.Height() - group.bottom, kOpacityNegative, 0,
+              level, nullptr, 0, 0, &kUntouched, 1, 1);
+    }
 }
 
 } // namespace tess

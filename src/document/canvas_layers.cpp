@@ -18,6 +18,7 @@ void CanvasLayers::Unload() {
     width_ = height_ = 0;
     top_ = -1;
     redraw_ = true;
+    kept_.fill(false);
 }
 
 void CanvasLayers::ForceLayerRedraw(int layer) {

@@ -2,12 +2,12 @@
 
 // The bitmaps of a canvas's composition and the flags that say which must be rebuilt.
 //
-// The bitmap of layer k holds the picture through layer k: the background colour, then the
-// items of every layer up to k. An item therefore blends with what really lies beneath it
-// (a half-opaque band over the camera picture of a lower layer), and a change on a high
-// layer, such as a clock on the top one, is redrawn from the bitmap below it instead of
-// from the background up. A layer without items has no bitmap: the one below stands in.
-// The composed picture is the bitmap of the highest layer in use.
+// The bitmap of a layer holds the picture through that layer: the background colour, then
+// the items of every layer up to it. An item therefore blends with what really lies beneath
+// it (a half-opaque band over the camera picture of a lower layer), and a change on a high
+// layer, such as a clock on the top one, is redrawn from the kept picture beneath it instead
+// of from the background up. Only the top layer in use and the layers marked kept have a
+// bitmap; the composed picture is the top one's.
 
 #include "imaging/dib.h"
 
@@ -38,6 +38,9 @@ public:
     void ClearFlags();
 
     DIB& Layer(int layer) { return layers_[layer]; }
+    // A rebuild may start from this layer's picture, so it is kept between passes.
+    bool Kept(int layer) const { return kept_[layer]; }
+    void Keep(int layer) { kept_[layer] = true; }
     DIB& Shadow() { return shadow_; }
     // Which layer's bitmap is the composed picture, -1 before the first composition.
     int Top() const { return top_; }
@@ -55,6 +58,7 @@ private:
     DIB shadow_;
     DIB empty_;
     std::array<bool, kLayers> dirty_{};
+    std::array<bool, kLayers> kept_{};
     bool redraw_ = true;
     bool reload_ = true;
     int top_ = -1;

@@ -38,8 +38,8 @@ void MakeParentFolder(const std::string& path, std::string_view what) {
     fs::create_directories(parent, ec);
     if (ec) {
         Fail(ErrorNumber::PathNotFound,
-             fmt::format("the folder '{}' of the {} could not be made: {}", parent.string(), what,
-                         ec.message()));
+             fmt::format("the {} '{}' could not be written: its folder '{}' could not be made: {}",
+                         what, path, parent.string(), ec.message()));
     }
 }
 

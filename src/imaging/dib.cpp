@@ -5,17 +5,24 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <sys/mman.h>
 #include <utility>
 
 namespace tess {
 
 namespace {
 constexpr std::size_t kAlignment = 64; // a cache line, and room for the widest vector loads
-}
+// Frames and layers take their memory straight from the system: it comes zeroed, page by
+// page as it is first written, instead of being cleared once more here, and it goes back to
+// the system when the bitmap goes, so a program that runs for years does not keep the
+// highest heap it ever had.
+constexpr std::size_t kMapAtLeast = 1u << 20;
+} // namespace
 
 DIB::DIB(DIB&& other) noexcept
     : width_(std::exchange(other.width_, 0)), height_(std::exchange(other.height_, 0)),
-      pixels_(std::exchange(other.pixels_, nullptr)) {}
+      pixels_(std::exchange(other.pixels_, nullptr)),
+      mapped_bytes_(std::exchange(other.mapped_bytes_, 0)) {}
 
 DIB& DIB::operator=(DIB&& other) noexcept {
     if (this != &other) {
@@ -23,6 +30,7 @@ DIB& DIB::operator=(DIB&& other) noexcept {
         width_ = std::exchange(other.width_, 0);
         height_ = std::exchange(other.height_, 0);
         pixels_ = std::exchange(other.pixels_, nullptr);
+        mapped_bytes_ = std::exchange(other.mapped_bytes_, 0);
     }
     return *this;
 }
@@ -71,6 +79,15 @@ bool DIB::CreateDIB() {
         return false;
     }
     std::size_t size = (BufferSize() + kAlignment - 1) / kAlignment * kAlignment;
+    if (size >= kMapAtLeast) {
+        void* map =
+            ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        if (map != MAP_FAILED) {
+            pixels_ = static_cast<std::uint8_t*>(map); // a new section starts black
+            mapped_bytes_ = size;
+            return true;
+        }
+    }
     pixels_ = static_cast<std::uint8_t*>(std::aligned_alloc(kAlignment, size));
     if (!pixels_) {
         LogError("no memory for a bitmap of {} x {} pixels", width_, height_);
@@ -82,8 +99,12 @@ bool DIB::CreateDIB() {
 }
 
 void DIB::DestroyDIB() {
-    std::free(pixels_);
+    if (mapped_bytes_ != 0)
+        ::munmap(pixels_, mapped_bytes_);
+    else
+        std::free(pixels_);
     pixels_ = nullptr;
+    mapped_bytes_ = 0;
 }
 
 void DIB::Clear(std::uint32_t color) {

@@ -68,6 +68,7 @@ private:
     int width_ = 0;
     int height_ = 0;
     std::uint8_t* pixels_ = nullptr;
+    std::size_t mapped_bytes_ = 0; // the size of a buffer mapped from the system, else 0
 };
 
 } // namespace tess

@@ -182,11 +182,13 @@ JpegResult Image::LoadPicture() {
         MarkFrom(true, true);
         return JpegResult::NotJpeg;
     }
-    DIB decoded; // a broken file must not spoil the picture we have
-    const JpegResult result = LoadJpegIntoDIB(name, decoded);
+    // Decoded aside, so that a broken file does not spoil the picture we have; the bitmap
+    // of the picture before is kept for the next frame, so that a camera's frames of one size
+    // take no new memory.
+    const JpegResult result = LoadJpegIntoDIB(name, spare_);
     switch (result) {
     case JpegResult::Loaded:
-        picture_.SetPicture(std::move(decoded), DIB());
+        picture_.SetPicture(std::exchange(spare_, std::move(picture_.Pixels())), DIB());
         MarkFrom(true, true);
         last_problem_.clear();
         break;
@@ -271,8 +273,15 @@ void Image::LoadImageDIB() {
     const bool from_file =
         picture_type_ == kPictureGraphicFile || picture_type_ == kPictureUrlGraphic;
     if (width == 0 || height == 0) {
+        image_in_picture_ = false;
         image_.SetWidthHeight(0, 0);
         if (from_file && !Trim(picture_file_name_).empty()) report();
+        return;
+    }
+    // Unprocessed pixels are the picture's own: no copy of a camera frame is made.
+    image_in_picture_ = picture_type_ != kPictureRectangle && color_processing_ == kColorNone;
+    if (image_in_picture_) {
+        image_.SetWidthHeight(0, 0);
         return;
     }
     if (!image_.SetWidthHeight(width, height) || !image_.HasBitmap()) {
@@ -287,18 +296,23 @@ void Image::LoadImageDIB() {
         ColorProcess(image_.DIBPtr(), width, height, color_processing_);
 }
 
+const DIB& Image::ImageToWorkFrom() const {
+    return image_in_picture_ ? picture_.Pixels() : image_;
+}
+
 bool Image::Cropping() const {
     return crop_left_ != 0 || crop_right_ != 0 || crop_top_ != 0 || crop_bottom_ != 0;
 }
 
 void Image::LoadCroppedDIB() {
     cropped_dirty_ = false;
-    if (!Cropping() || !image_.HasBitmap()) {
+    const DIB& image = ImageToWorkFrom();
+    if (!Cropping() || !image.HasBitmap()) {
         cropped_.SetWidthHeight(0, 0);
         cropped_alpha_.SetWidthHeight(0, 0);
         return;
     }
-    const int width = image_.Width(), height = image_.Height();
+    const int width = image.Width(), height = image.Height();
     int cropped_width = width - crop_left_ - crop_right_;
     int cropped_height = height - crop_top_ - crop_bottom_;
     Limit(cropped_width, 1, kMaxWidth);
@@ -308,7 +322,7 @@ void Image::LoadCroppedDIB() {
     Limit(top, 0, height - crop_bottom_ - 1);
     cropped_.SetWidthHeight(cropped_width, cropped_height);
     cropped_.Clear(0);
-    CopyRect(cropped_, 0, 0, image_, left, top, cropped_width, cropped_height);
+    CopyRect(cropped_, 0, 0, image, left, top, cropped_width, cropped_height);
     if (picture_.HasOpacity()) {
         cropped_alpha_.SetWidthHeight(cropped_width, cropped_height);
         cropped_alpha_.Clear(0);
@@ -372,7 +386,7 @@ void Image::LoadRotatedDIB() {
 }
 
 const DIB& Image::CroppedToWorkFrom() const {
-    return Cropping() && cropped_.HasBitmap() ? cropped_ : image_;
+    return Cropping() && cropped_.HasBitmap() ? cropped_ : ImageToWorkFrom();
 }
 
 const DIB& Image::StretchedToWorkFrom() const {
@@ -393,7 +407,7 @@ const DIB& Image::GetImageDIB() {
             LoadPicture();
     }
     if (image_dirty_) LoadImageDIB();
-    return image_;
+    return ImageToWorkFrom();
 }
 
 const DIB& Image::GetCroppedDIB() {

@@ -152,6 +152,7 @@ private:
     void ReportLoadProblem(const std::string& problem);
 
     // The latest bitmap in use up to each stage, and the source's own opacity alongside.
+    const DIB& ImageToWorkFrom() const;
     const DIB& CroppedToWorkFrom() const;
     const DIB& StretchedToWorkFrom() const;
     const DIB* SourceOpacityToWorkFrom() const;
@@ -186,6 +187,7 @@ private:
 
     // Bitmaps, each with its dirty flag.
     Picture picture_;
+    DIB spare_; // what the next JPEG frame is decoded into
     DIB image_, cropped_, stretched_, rotated_;
     DIB cropped_alpha_, stretched_alpha_; // the source's opacity through crop and stretch
     DIB opacity_, rotated_opacity_, shadow_;
@@ -193,6 +195,7 @@ private:
     bool stretched_dirty_ = true, rotated_dirty_ = true, rotated_opacity_dirty_ = true;
     bool opacity_dirty_ = true, shadow_dirty_ = true;
     bool stretched_in_use_ = false; // the stretched bitmap holds the current stretch
+    bool image_in_picture_ = false; // the image stage is the picture itself
     AlignmentOffsets offsets_;
     std::string last_problem_; // so a file that stays broken is reported once
 };

@@ -17,28 +17,58 @@ struct Area {
 
 // The box filters work in place, each pass reading one colour channel of the shadow bitmap
 // and writing another, so no scratch memory is needed. Outside the area the shape is 0.
-// `before` and `after` are the taps on each side: up and left count as before.
-void Horizontal(const Area& area, int from, int to, int before, int after) {
-    const int taps = before + after + 1;
+// `Before` and `After` are the taps on each side: up and left count as before. The taps are
+// template arguments, so the division by their count is a multiplication, and the pixels whose
+// taps all lie inside the area (nearly all of them) go without any bounds test.
+template <int Before, int After>
+void Horizontal(const Area& area, int from, int to) {
+    constexpr int taps = Before + After + 1;
+    const int inner0 = area.x0 + Before, inner1 = area.x1 - After;
+    auto edge = [&](int x, int y) {
+        int sum = 0;
+        for (int k = std::max(area.x0, x - Before); k <= std::min(area.x1 - 1, x + After); ++k)
+            sum += area.At(k, y, from);
+        area.At(x, y, to) = static_cast<std::uint8_t>((sum + taps / 2) / taps);
+    };
     for (int y = area.y0; y < area.y1; ++y) {
-        for (int x = area.x0; x < area.x1; ++x) {
+        const std::uint8_t* in = &area.At(0, y, from);
+        std::uint8_t* out = &area.At(0, y, to);
+        int x = area.x0;
+        for (; x < std::min(inner0, area.x1); ++x)
+            edge(x, y);
+        for (; x < inner1; ++x) {
             int sum = 0;
-            for (int k = std::max(area.x0, x - before); k <= std::min(area.x1 - 1, x + after); ++k)
-                sum += area.At(k, y, from);
-            area.At(x, y, to) = static_cast<std::uint8_t>((sum + taps / 2) / taps);
+            for (int k = -Before; k <= After; ++k)
+                sum += in[(x + k) * 3];
+            out[x * 3] = static_cast<std::uint8_t>((sum + taps / 2) / taps);
         }
+        for (; x < area.x1; ++x)
+            edge(x, y);
     }
 }
 
 // Rows are stored bottom-up: "before" (above) is the next row in memory.
-void Vertical(const Area& area, int from, int to, int before, int after) {
-    const int taps = before + after + 1;
+template <int Before, int After>
+void Vertical(const Area& area, int from, int to) {
+    constexpr int taps = Before + After + 1;
+    auto edge = [&](int x, int y) {
+        int sum = 0;
+        for (int k = std::max(area.y0, y - After); k <= std::min(area.y1 - 1, y + Before); ++k)
+            sum += area.At(x, k, from);
+        area.At(x, y, to) = static_cast<std::uint8_t>((sum + taps / 2) / taps);
+    };
     for (int y = area.y0; y < area.y1; ++y) {
+        if (y - After < area.y0 || y + Before >= area.y1) {
+            for (int x = area.x0; x < area.x1; ++x)
+                edge(x, y);
+            continue;
+        }
+        std::uint8_t* out = &area.At(0, y, to);
         for (int x = area.x0; x < area.x1; ++x) {
             int sum = 0;
-            for (int k = std::max(area.y0, y - after); k <= std::min(area.y1 - 1, y + before); ++k)
-                sum += area.At(x, k, from);
-            area.At(x, y, to) = static_cast<std::uint8_t>((sum + taps / 2) / taps);
+            for (int k = -After; k <= Before; ++k)
+                sum += area.At(x, y + k, from);
+            out[x * 3] = static_cast<std::uint8_t>((sum + taps / 2) / taps);
         }
     }
 }
@@ -85,20 +115,20 @@ void Shadow(std::uint8_t* shadow, int shadow_width, int shadow_height, const std
     int result = 0; // the channel holding the finished shadow
     switch (shadow_size) {
     case kShadow3x3:
-        Horizontal(area, 0, 1, 1, 1);
-        Vertical(area, 1, 2, 1, 1);
+        Horizontal<1, 1>(area, 0, 1);
+        Vertical<1, 1>(area, 1, 2);
         result = 2;
         break;
     case kShadow3x3Plus:
-        Horizontal(area, 0, 1, 1, 1);
-        Vertical(area, 1, 2, 1, 1);
-        Horizontal(area, 2, 0, 1, 1);
-        Vertical(area, 0, 1, 1, 1);
+        Horizontal<1, 1>(area, 0, 1);
+        Vertical<1, 1>(area, 1, 2);
+        Horizontal<1, 1>(area, 2, 0);
+        Vertical<1, 1>(area, 0, 1);
         result = 1;
         break;
     case kShadow4x4:
-        Horizontal(area, 0, 1, 2, 1); // reaches two pixels right, one left
-        Vertical(area, 1, 2, 2, 1);   // and two down, one up
+        Horizontal<2, 1>(area, 0, 1); // reaches two pixels right, one left
+        Vertical<2, 1>(area, 1, 2);   // and two down, one up
         result = 2;
         break;
     default:

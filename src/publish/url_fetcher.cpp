@@ -1,6 +1,7 @@
 #include "publish/url_fetcher.h"
 
 #include "base/log.h"
+#include "publish/curl_library.h"
 
 #include <algorithm>
 #include <chrono>
@@ -18,13 +19,6 @@ namespace {
 
 constexpr long kMaxRedirects = 5;
 constexpr const char* kProtocols = "http,https";
-
-// curl_global_init is not thread-safe and must run before the first handle. It is never
-// undone: handles may live until the process ends.
-void InitCurlOnce() {
-    static const CURLcode code = curl_global_init(CURL_GLOBAL_DEFAULT);
-    if (code != CURLE_OK) LogError("libcurl: {}", curl_easy_strerror(code));
-}
 
 long Milliseconds(double seconds) {
     // curl reads 0 as "no limit"; a limit set that small still means one.
@@ -92,6 +86,7 @@ private:
     static int OnTimer(CURLM* multi, long timeout_ms, void* self);
     static std::size_t OnBody(char* data, std::size_t size, std::size_t count, void* transfer);
 
+    bool Start();
     CURLcode Configure(Transfer& transfer);
     Watch* WatchFor(curl_socket_t fd, void* socketp);
     void Unwatch(curl_socket_t fd);
@@ -107,7 +102,9 @@ private:
 
     asio::io_context& loop_;
     UrlFetchLimits limits_;
-    CURLM* multi_ = nullptr; // null once shut down
+    const CurlLibrary* curl_ = nullptr;
+    CURLM* multi_ = nullptr; // null before the first download and once shut down
+    bool shut_down_ = false;
     asio::steady_timer timer_;
     std::uint64_t timer_generation_ = 0;
     Transfers transfers_;
@@ -117,14 +114,21 @@ private:
 };
 
 UrlFetcher::Engine::Engine(asio::io_context& loop, UrlFetchLimits limits)
-    : loop_(loop), limits_(limits), timer_(loop) {
-    InitCurlOnce();
-    multi_ = curl_multi_init();
-    if (!multi_) return;
-    curl_multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, &Engine::OnSocket);
-    curl_multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
-    curl_multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, &Engine::OnTimer);
-    curl_multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    : loop_(loop), limits_(limits), timer_(loop) {}
+
+// The library and its multi handle come with the first download.
+bool UrlFetcher::Engine::Start() {
+    if (multi_) return true;
+    if (shut_down_) return false;
+    curl_ = Curl();
+    if (!curl_) return false;
+    multi_ = curl_->multi_init();
+    if (!multi_) return false;
+    curl_->multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, &Engine::OnSocket);
+    curl_->multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
+    curl_->multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, &Engine::OnTimer);
+    curl_->multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
+    return true;
 }
 
 std::uint64_t UrlFetcher::Engine::Fetch(const std::string& url, Done done) {
@@ -136,10 +140,10 @@ std::uint64_t UrlFetcher::Engine::Fetch(const std::string& url, Done done) {
     transfer.max_bytes = limits_.max_bytes;
     transfers_.emplace(transfer.id, std::move(owned));
 
-    transfer.easy = multi_ ? curl_easy_init() : nullptr;
+    transfer.easy = Start() ? curl_->easy_init() : nullptr;
     if (transfer.easy && (Configure(transfer) != CURLE_OK ||
-                          curl_multi_add_handle(multi_, transfer.easy) != CURLM_OK)) {
-        curl_easy_cleanup(transfer.easy);
+                          curl_->multi_add_handle(multi_, transfer.easy) != CURLM_OK)) {
+        curl_->easy_cleanup(transfer.easy);
         transfer.easy = nullptr;
     }
     if (!transfer.easy) {
@@ -156,29 +160,29 @@ CURLcode UrlFetcher::Engine::Configure(Transfer& transfer) {
     auto set = [&code](CURLcode result) {
         if (code == CURLE_OK) code = result;
     };
-    set(curl_easy_setopt(easy, CURLOPT_URL, transfer.url.c_str()));
+    set(curl_->easy_setopt(easy, CURLOPT_URL, transfer.url.c_str()));
     // A picture source is a web address; file:// or other schemes (also through a redirect)
     // would let a settings file or a remote server reach things it should not.
-    set(curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, kProtocols));
-    set(curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, kProtocols));
-    set(curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L));
-    set(curl_easy_setopt(easy, CURLOPT_MAXREDIRS, kMaxRedirects));
-    set(curl_easy_setopt(easy, CURLOPT_USERAGENT, "Tessarolle"));
+    set(curl_->easy_setopt(easy, CURLOPT_PROTOCOLS_STR, kProtocols));
+    set(curl_->easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, kProtocols));
+    set(curl_->easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L));
+    set(curl_->easy_setopt(easy, CURLOPT_MAXREDIRS, kMaxRedirects));
+    set(curl_->easy_setopt(easy, CURLOPT_USERAGENT, "Tessarolle"));
     // Signals belong to the program (SIGINT quits); curl must not install handlers for its
     // DNS timeouts.
-    set(curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L));
+    set(curl_->easy_setopt(easy, CURLOPT_NOSIGNAL, 1L));
     // Stops at the status line of an error answer instead of reading its page.
-    set(curl_easy_setopt(easy, CURLOPT_FAILONERROR, 1L));
-    set(curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, Milliseconds(limits_.timeout_seconds)));
-    set(curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
-                         Milliseconds(limits_.connect_timeout_seconds)));
+    set(curl_->easy_setopt(easy, CURLOPT_FAILONERROR, 1L));
+    set(curl_->easy_setopt(easy, CURLOPT_TIMEOUT_MS, Milliseconds(limits_.timeout_seconds)));
+    set(curl_->easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
+                           Milliseconds(limits_.connect_timeout_seconds)));
     // Catches an announced length at once; the body callback catches the rest.
-    set(curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE,
-                         static_cast<curl_off_t>(limits_.max_bytes)));
-    set(curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Engine::OnBody));
-    set(curl_easy_setopt(easy, CURLOPT_WRITEDATA, &transfer));
-    set(curl_easy_setopt(easy, CURLOPT_PRIVATE, &transfer));
-    set(curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, transfer.error));
+    set(curl_->easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE,
+                           static_cast<curl_off_t>(limits_.max_bytes)));
+    set(curl_->easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Engine::OnBody));
+    set(curl_->easy_setopt(easy, CURLOPT_WRITEDATA, &transfer));
+    set(curl_->easy_setopt(easy, CURLOPT_PRIVATE, &transfer));
+    set(curl_->easy_setopt(easy, CURLOPT_ERRORBUFFER, transfer.error));
     return code;
 }
 
@@ -189,21 +193,22 @@ void UrlFetcher::Engine::Cancel(std::uint64_t id) {
 
 void UrlFetcher::Engine::Drop(Transfers::iterator it) {
     if (CURL* easy = it->second->easy) {
-        curl_multi_remove_handle(multi_, easy);
-        curl_easy_cleanup(easy);
+        curl_->multi_remove_handle(multi_, easy);
+        curl_->easy_cleanup(easy);
     }
     transfers_.erase(it);
 }
 
 void UrlFetcher::Engine::Shutdown() {
+    shut_down_ = true;
     if (!multi_) return;
     for (auto& [id, transfer] : transfers_) {
         if (!transfer->easy) continue;
-        curl_multi_remove_handle(multi_, transfer->easy);
-        curl_easy_cleanup(transfer->easy);
+        curl_->multi_remove_handle(multi_, transfer->easy);
+        curl_->easy_cleanup(transfer->easy);
     }
     transfers_.clear();
-    curl_multi_cleanup(multi_);
+    curl_->multi_cleanup(multi_);
     multi_ = nullptr;
     for (auto& [fd, watch] : watches_)
         watch->descriptor.release();
@@ -246,7 +251,7 @@ UrlFetcher::Engine::Watch* UrlFetcher::Engine::WatchFor(curl_socket_t fd, void* 
     watch->serial = ++next_serial_;
     Watch* raw = watch.get();
     watches_[fd] = std::move(watch);
-    curl_multi_assign(multi_, fd, raw);
+    curl_->multi_assign(multi_, fd, raw);
     return raw;
 }
 
@@ -289,7 +294,7 @@ void UrlFetcher::Engine::Ready(curl_socket_t fd, std::uint64_t serial, int direc
     if (!(watch.wanted & (in ? CURL_POLL_IN : CURL_POLL_OUT))) return;
 
     int running = 0;
-    curl_multi_socket_action(multi_, fd, direction | (ec ? CURL_CSELECT_ERR : 0), &running);
+    curl_->multi_socket_action(multi_, fd, direction | (ec ? CURL_CSELECT_ERR : 0), &running);
     // curl may have dropped the socket, or taken a new one under the same number.
     it = watches_.find(fd);
     if (it != watches_.end() && it->second->serial == serial) Arm(*it->second, fd);
@@ -323,7 +328,7 @@ void UrlFetcher::Engine::Timeout(std::uint64_t generation) {
     // A wait that had already expired when curl moved its timer is not curl's timeout.
     if (!multi_ || generation != timer_generation_) return;
     int running = 0;
-    curl_multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+    curl_->multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
     Deliver();
 }
 
@@ -339,7 +344,7 @@ std::size_t UrlFetcher::Engine::OnBody(char* data, std::size_t size, std::size_t
     try {
         if (transfer.body.empty()) {
             curl_off_t announced = -1;
-            curl_easy_getinfo(transfer.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+            Curl()->easy_getinfo(transfer.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
             if (announced > 0)
                 transfer.body.reserve(
                     std::min(static_cast<std::size_t>(announced), transfer.max_bytes));
@@ -356,12 +361,12 @@ std::size_t UrlFetcher::Engine::OnBody(char* data, std::size_t size, std::size_t
 void UrlFetcher::Engine::Deliver() {
     while (multi_) {
         int left = 0;
-        CURLMsg* message = curl_multi_info_read(multi_, &left);
+        CURLMsg* message = curl_->multi_info_read(multi_, &left);
         if (!message) return;
         if (message->msg != CURLMSG_DONE) continue;
         CURLcode code = message->data.result;
         char* pointer = nullptr;
-        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &pointer);
+        curl_->easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &pointer);
         auto& transfer = *reinterpret_cast<Transfer*>(pointer);
         UrlFetchResult result = Result(transfer, code);
         Done done = std::move(transfer.done);
@@ -382,7 +387,7 @@ void UrlFetcher::Engine::FailUnstarted(std::uint64_t id) {
 
 UrlFetchResult UrlFetcher::Engine::Result(Transfer& transfer, CURLcode code) const {
     UrlFetchResult result;
-    curl_easy_getinfo(transfer.easy, CURLINFO_RESPONSE_CODE, &result.http_status);
+    curl_->easy_getinfo(transfer.easy, CURLINFO_RESPONSE_CODE, &result.http_status);
     if (code == CURLE_OK && result.http_status / 100 == 2) {
         result.ok = true;
         result.body = std::move(transfer.body);
@@ -400,13 +405,13 @@ std::string UrlFetcher::Engine::Problem(const Transfer& transfer, CURLcode code,
         return "larger than " + SizeText(limits_.max_bytes);
     if (code == CURLE_OPERATION_TIMEDOUT) {
         curl_off_t connected = 0;
-        curl_easy_getinfo(transfer.easy, CURLINFO_CONNECT_TIME_T, &connected);
+        curl_->easy_getinfo(transfer.easy, CURLINFO_CONNECT_TIME_T, &connected);
         if (connected == 0)
             return fmt::format("no connection within {:g} s",
                                std::min(limits_.connect_timeout_seconds, limits_.timeout_seconds));
         return fmt::format("timed out after {:g} s", limits_.timeout_seconds);
     }
-    return transfer.error[0] ? transfer.error : curl_easy_strerror(code);
+    return transfer.error[0] ? transfer.error : curl_->easy_strerror(code);
 }
 
 // Not make_shared: the engine's memory then goes with the fetcher instead of waiting for the

@@ -105,6 +105,18 @@ TEST_F(DemoFolder, RenderSaysWhatItCouldNotUse) {
     EXPECT_NE(run.err.find("'nothing.por': no such portfolio file"), std::string::npos);
 }
 
+TEST_F(DemoFolder, AnOutputThatCannotBeWrittenEndsTheRunWithTheErrorReport) {
+    test::WriteFileBytes(dir.File("blocker"), "");
+    test::WriteFileBytes(dir.File("broken.por"), "[Canvas01]\r\nFileName=broken.can\r\n");
+    test::WriteFileBytes(dir.File("broken.can"), "[General]\r\nWidth=64\r\nHeight=48\r\n"
+                                                 "[Capture]\r\nFixedEnabled=True\r\n"
+                                                 "FixedRate=1\r\nFixedFileName=blocker\\a.jpg\r\n");
+    auto run = Tessarolle({"run", "broken.por", "--headless", "--for", "20"}, dir.Path());
+    EXPECT_EQ(run.exit_code, 70);
+    EXPECT_NE(run.err.find("Error Debug Report"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("blocker/a.jpg"), std::string::npos) << run.err;
+}
+
 TEST(DemoCommand, RunsTheDemoWritingItsFilesAndServingItsCanvases) {
     test::TempDir dir;
     std::uint16_t port = 0;

@@ -102,6 +102,32 @@ TEST_F(Composition, AHalfOpaqueItemBlendsWithTheLayersBeneathIt) {
     EXPECT_TRUE(Near(PixelOf(1, 20, 20), {191, 191, 191}, 2));
 }
 
+TEST_F(Composition, RebuildsFromAKeptPictureMatchAFullRedraw) {
+    Canvas& canvas = UseCanvas(1, 60, 20, kBlack);
+    GraphicItem& ground = AddRectangle(canvas, 1, 0, 0, 0, 60, 20, kWhite);
+    GraphicItem& band = AddRectangle(canvas, 2, 1, 0, 0, 40, 20, kBlack);
+    band.SetOpacity(50);
+    GraphicItem& clock = AddRectangle(canvas, 3, 3, 10, 5, 10, 10, kRed);
+    double t = 0.01;
+    auto expect = [&](Bgr at15, Bgr at30, Bgr at50) {
+        ASSERT_TRUE(portfolio.Tick(At(12, 0, t += 0.1)));
+        EXPECT_TRUE(Near(PixelOf(1, 15, 10), at15, 2));
+        EXPECT_TRUE(Near(PixelOf(1, 30, 10), at30, 2));
+        EXPECT_TRUE(Near(PixelOf(1, 50, 10), at50, 2));
+    };
+    expect(Color(kRed), {128, 128, 128}, Color(kWhite));
+    clock.SetBackgroundColor(kGreen); // the top layer alone, twice
+    expect(Color(kGreen), {128, 128, 128}, Color(kWhite));
+    clock.SetBackgroundColor(kBlue);
+    expect(Color(kBlue), {128, 128, 128}, Color(kWhite));
+    ground.SetBackgroundColor(kRed); // the bottom layer: everything above follows
+    expect(Color(kBlue), {0, 0, 128}, Color(kRed));
+    clock.SetEnabled(false); // the top layer goes: the picture beneath is the canvas's
+    expect({0, 0, 128}, {0, 0, 128}, Color(kRed));
+    band.SetLayer(3); // moved up, now the top
+    expect({0, 0, 128}, {0, 0, 128}, Color(kRed));
+}
+
 TEST_F(Composition, APictureIsRebuiltOnlyWhenAnItemComesDueAndChanges) {
     Canvas& canvas = UseCanvas(1, 200, 40, kBlack);
     TextItem& clock = canvas.AddText(1);
