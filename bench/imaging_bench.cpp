@@ -2,8 +2,8 @@
 // is judged by, measured in the same run: memcpy of the same frame, the plain reference
 // kernels, and TurboJPEG called directly the way its own benchmark does.
 //
-// Before measuring, the fast kernels are checked against the references once more, because
-// only this optimised build runs the vector code (the sanitizer build keeps it scalar).
+// Before measuring, the fast kernels are checked against the references once more, in this
+// build's own code: the tests check the same in the sanitizer build.
 
 #include "imaging/dib.h"
 #include "imaging/image.h"

@@ -8,8 +8,8 @@
 # Keep-alive load: wrk -t2 -c64 -d10s with "Connection: keep-alive" (wrk sends HTTP/1.1
 # without that header; both servers get the same requests). Our server runs twice: with the
 # picture kept (Interval 60, one encoding for the whole run) and with Interval 0 (a new
-# encoding for every request). For each of our runs the server also reports how its update
-# ticks (due every 10 ms) and a 10 ms probe timer kept time under the load, and its memory.
+# encoding for every request). For each of our runs the server also reports how its fixed
+# file (saved every second) and a 10 ms probe timer kept time under the load, and its memory.
 # nginx runs in the foreground of this script with its own config and is stopped by its PID;
 # no system service is involved.
 set -euo pipefail

@@ -69,6 +69,13 @@ public:
     Sun& StationSun() { return sun_; }
     int AllowedCanvases() const { return kCanvasSlots; }
 
+    // The script's Shutdown event, raised on the way out before anything is asked; none
+    // until a script runs.
+    void SetShutdownEvent(std::function<void()> event) { shutdown_event_ = std::move(event); }
+    void RaiseShutdownEvent() {
+        if (shutdown_event_) shutdown_event_();
+    }
+
     // A portfolio to open at start-up in place of the last one (`tessarolle run FILE`).
     const std::string& StartPortfolio() const { return start_portfolio_; }
     void SetStartPortfolio(std::string path) { start_portfolio_ = std::move(path); }
@@ -119,6 +126,7 @@ private:
     std::unique_ptr<UrlFetcher> downloads_;
     std::unique_ptr<tess::Wallpaper> wallpaper_;
     std::string start_portfolio_;
+    std::function<void()> shutdown_event_;
     std::unique_ptr<Portfolio> portfolio_;
     std::uint64_t ticks_ = 0;
     int exit_code_ = 0;

@@ -54,10 +54,13 @@ int RunProgram(const RunOptions& options) {
 
     Application app(*ui, ".");
     app.SetStartPortfolio(options.portfolio);
-    if (int status = Main(app); status != 0) return status;
-    if (!app.Running()) return app.ExitCode();
-
+    // Caught from here on: a signal during start-up waits for the loop, which then quits
+    // the orderly way, instead of killing the program half started.
     asio::signal_set signals(app.Loop(), SIGINT, SIGTERM);
+    int status = 0;
+    RunReportingErrors(*ui, [&] { status = Main(app); }); // start-up fails like any step
+    if (status != 0) return status;
+    if (!app.Running()) return app.ExitCode();
     AwaitQuitSignal(signals, app);
     asio::steady_timer deadline(app.Loop());
     if (options.for_seconds > 0) {

@@ -29,6 +29,7 @@ bool RequestQuit(Application& app) {
         app.SetShutdownRequested(true);
         return true;
     }
+    app.RaiseShutdownEvent();
     if (Portfolio* portfolio = app.CurrentPortfolio(); portfolio && portfolio->NeedSaving()) {
         Answer answer =
             app.UI().Ask("Would you like to save all files?", "Save Files?", Buttons::YesNoCancel);

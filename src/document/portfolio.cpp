@@ -116,6 +116,7 @@ void Portfolio::Unload() {
     for (auto& feed : feeds_)
         feed.SetEnabled(false);
     web_server_.SetEnabled(false);
+    karvell_.SetCSVEnabled(false);
     script_.SetEnabled(false);
     SetNeedSaving(false);
 }

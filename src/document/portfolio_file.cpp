@@ -64,8 +64,9 @@ bool Portfolio::SaveFile() {
     return writes_ok_;
 }
 
-// Polling the station's file switches its history on; the first update tick reads the file,
-// since nothing has been read yet.
+// Polling the station's file switches its history on. The record of the last run comes
+// back first (today's extremes, yesterday's values, the trends, the time of the last line
+// taken, so an older line is not taken again); the first update tick then reads the file.
 void Portfolio::LoadKarvell() {
     IniSection keys(ini_, kKarvell);
     tess::Karvell& k = karvell_;
@@ -80,7 +81,11 @@ void Portfolio::LoadKarvell() {
     k.SetCSVAltitude(keys.Double("CSVAltitude", "0"));
     k.SetCSVAltitudeUnits(keys.Long("CSVAltitudeUnits", "0"));
     k.SetCSVTemperatureUnits(keys.Long("CSVTemperatureUnits", "0"));
-    if (k.CSVEnabled()) k.SetCSVEnableDatabase(true);
+    if (!k.CSVEnabled()) return;
+    k.SetCSVEnableDatabase(true);
+    std::string error;
+    if (std::filesystem::exists(k.LastDataPath()) && !k.LoadLastData(&error))
+        LogWarning("weather record not restored: {}", error);
 }
 
 void Portfolio::SaveKarvell() {

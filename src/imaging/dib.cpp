@@ -66,7 +66,9 @@ bool DIB::SetWidthHeight(int width, int height) {
     width_ = width;
     height_ = height;
     if (width != 0 && height != 0) return CreateDIB();
-    return SizeAllowed(width, height);
+    if (SizeAllowed(width, height)) return true;
+    width_ = height_ = 0; // a refused size is not kept, even with no pixels to hold
+    return false;
 }
 
 bool DIB::CreateDIB() {
@@ -80,8 +82,8 @@ bool DIB::CreateDIB() {
     }
     std::size_t size = (BufferSize() + kAlignment - 1) / kAlignment * kAlignment;
     if (size >= kMapAtLeast) {
-        void* map =
-            ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        void* map = ::mmap(nullptr, size, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
         if (map != MAP_FAILED) {
             pixels_ = static_cast<std::uint8_t*>(map); // a new section starts black
             mapped_bytes_ = size;

@@ -43,7 +43,7 @@ WebConnection::~WebConnection() {
 void WebConnection::TakeConnection(asio::ip::tcp::socket socket, double now) {
     ForceClose();
     state_ = kInUse;
-    last_activity_time_ = now;
+    last_activity_time_ = last_progress_time_ = now;
     buffer_.clear();
     keep_alive_ = false;
     io_ = std::make_shared<Io>(std::move(socket), this);
@@ -169,7 +169,7 @@ void WebConnection::Socket_SendComplete() {
         if (!ReadFileChunk()) return ForceClose();
         return Write(false);
     }
-    last_activity_time_ = server_.Now();
+    last_progress_time_ = server_.Now();
     io_->reply = WebReply();
     if (!keep_alive_) return ForceClose();
     if (buffer_.empty()) return ReadMore();
@@ -177,7 +177,7 @@ void WebConnection::Socket_SendComplete() {
 }
 
 void WebConnection::NoteProgress() {
-    last_activity_time_ = server_.Now();
+    last_progress_time_ = server_.Now();
 }
 
 } // namespace tess

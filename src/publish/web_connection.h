@@ -28,10 +28,12 @@ public:
 
     int Index() const { return index_; }
     std::int32_t State() const { return state_; }
-    // When the member was taken, or last finished a response or got a write through; the
-    // pool's reclaim rule and the idle limit count from it. Bytes of an unfinished request
-    // do not count, so a client trickling a header cannot hold a member.
+    // When the member was taken: the pool's reclaim rule counts from it.
     double LastActivityTime() const { return last_activity_time_; }
+    // When it was taken, or last finished a response or got a write through: the idle limit
+    // counts from it. Bytes of an unfinished request do not count, so a client trickling a
+    // header cannot hold a member.
+    double LastProgressTime() const { return last_progress_time_; }
 
     // Copied from the server when the member is taken.
     const std::string& WebPath() const { return web_path_; }
@@ -63,6 +65,7 @@ private:
     int index_;
     std::int32_t state_ = kFree;
     double last_activity_time_ = 0;
+    double last_progress_time_ = 0;
     std::string web_path_;
     bool allow_non_canvas_serves_ = false;
     std::string buffer_;

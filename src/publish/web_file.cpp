@@ -5,9 +5,11 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <memory>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <climits>
@@ -34,6 +36,24 @@ bool Inside(const std::string& folder, const std::string& file) {
     if (folder == "/") return file.size() > 1;
     return file.size() > folder.size() + 1 && file.compare(0, folder.size(), folder) == 0 &&
            file[folder.size()] == '/';
+}
+
+// Opens the resolved file, which holds no links, so that a link swapped into any part of its
+// path since it was resolved is refused, and nothing beneath the folder is left. Kernels
+// before 5.6 lack openat2: there only the last part of the path is guarded.
+int OpenBeneath(const std::string& real_folder, const std::string& real_file) {
+    // Non-blocking, so that a FIFO placed in the folder cannot stall the server.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    const int folder = ::open(real_folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (folder < 0) return -1;
+    open_how how{};
+    how.flags = static_cast<std::uint64_t>(flags);
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
+    const std::string inside = real_file.substr(real_folder == "/" ? 1 : real_folder.size() + 1);
+    int fd = static_cast<int>(::syscall(SYS_openat2, folder, inside.c_str(), &how, sizeof how));
+    if (fd < 0 && errno == ENOSYS) fd = ::open(real_file.c_str(), flags);
+    ::close(folder);
+    return fd;
 }
 
 } // namespace
@@ -86,9 +106,7 @@ WebFile WebFile::Open(std::string_view web_path, std::string_view path) {
     std::string real_folder, real_file;
     if (!RealPath(folder, real_folder) || !RealPath(folder + "/" + decoded, real_file)) return {};
     if (!Inside(real_folder, real_file)) return {};
-    // Non-blocking so that a FIFO placed in the folder cannot stall the server; the resolved
-    // path holds no links, so a link swapped in meanwhile is refused.
-    int fd = ::open(real_file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    int fd = OpenBeneath(real_folder, real_file);
     if (fd < 0) return {};
     struct stat st {};
     if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {

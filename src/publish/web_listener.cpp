@@ -12,10 +12,11 @@ namespace {
 
 constexpr double kSecondsPerDay = 86400;
 
-// A clock set back leaves activity times in the future; such a member counts as idle rather
-// than being kept until the clock catches up.
-bool IdleLongerThan(const WebConnection& member, double now, double seconds) {
-    double elapsed = now - member.LastActivityTime();
+// Whether more than `seconds` passed since `since`. A clock set back leaves times in the
+// future; such a member counts as past the limit rather than being kept until the clock
+// catches up.
+bool LongerThan(double since, double now, double seconds) {
+    double elapsed = now - since;
     return elapsed * kSecondsPerDay > seconds || elapsed < 0;
 }
 
@@ -100,7 +101,7 @@ WebConnection* WebListener::MemberFor(double now) {
     }
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
-        if (IdleLongerThan(member, now, WebServer::kReclaimSeconds)) {
+        if (LongerThan(member.LastActivityTime(), now, WebServer::kReclaimSeconds)) {
             member.ForceClose();
             return &member;
         }
@@ -122,7 +123,7 @@ void WebListener::SweepIdle() {
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
         if (member.State() == WebConnection::kInUse &&
-            IdleLongerThan(member, now, WebServer::kIdleSeconds)) {
+            LongerThan(member.LastProgressTime(), now, WebServer::kIdleSeconds)) {
             member.ForceClose();
         }
     }

@@ -3,6 +3,8 @@
 #include "base/text.h"
 #include "publish/web_response.h"
 
+#include <string>
+
 namespace tess {
 
 namespace {
@@ -19,7 +21,10 @@ WebReply FileReply(const WebReplyContext& context, std::string_view path) {
     WebReply reply;
     reply.file = WebFile::Open(context.web_path, path);
     if (!reply.file.IsOpen()) return NotFound(context);
-    reply.header = FileResponseHeader(context.date, ContentTypeFor(path), reply.file.Size());
+    // The type goes by the name the file was opened under: "index%2ehtm" is index.htm.
+    std::string decoded;
+    DecodeWebPath(path, decoded);
+    reply.header = FileResponseHeader(context.date, ContentTypeFor(decoded), reply.file.Size());
     return reply;
 }
 

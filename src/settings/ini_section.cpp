@@ -64,9 +64,12 @@ double IniSection::Double(std::string_view key, std::string_view def) {
     return value;
 }
 
+// A number is a date as the files keep dates, days since the origin ("0.3125" is 07:30);
+// anything else is read as a date or time text ("07:30:00").
 double IniSection::Date(std::string_view key, std::string_view def) {
     std::string text = Get(key, def);
     double date = 0;
+    if (ParseNumber(text, '.', date)) return date;
     if (!TryCDateNI(text, date)) {
         Warn(key, text, "a time", def);
         return Str2DateNI(def);

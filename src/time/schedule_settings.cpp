@@ -28,10 +28,11 @@ bool Schedule::SaveSettings(INI& ini, std::string_view section) const {
     keys.SetLong("ScheduleMode", ScheduleMode());
     keys.SetLong("StartMode", StartMode());
     keys.SetLong("StopMode", StopMode());
-    keys.SetText("StartAbsoluteTime", FormatNI(StartAbsoluteTime(), "HH:MM:SS"));
+    // Fractions of a day, as numbers: files written with a time of day read back as well.
+    keys.SetDouble("StartAbsoluteTime", StartAbsoluteTime());
     keys.SetDouble("StartSunriseOffset", StartSunriseOffset());
     keys.SetDouble("StartSunsetOffset", StartSunsetOffset());
-    keys.SetText("StopAbsoluteTime", FormatNI(StopAbsoluteTime(), "HH:MM:SS"));
+    keys.SetDouble("StopAbsoluteTime", StopAbsoluteTime());
     keys.SetDouble("StopSunriseOffset", StopSunriseOffset());
     keys.SetDouble("StopSunsetOffset", StopSunsetOffset());
     return keys.WritesOk();

@@ -5,6 +5,8 @@
 #include "document/portfolio.h"
 #include "support/temp_dir.h"
 
+#include <vector>
+
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
 #include <gtest/gtest.h>
@@ -33,6 +35,10 @@ TEST(Quit, CancelKeepsTheProgramAndItsTimerRunning) {
     portfolio->SetNeedSaving(true);
     app.SetCurrentPortfolio(std::move(portfolio));
 
+    // The script hears of the shutdown before anything is asked.
+    std::vector<std::size_t> asked_before_event;
+    app.SetShutdownEvent([&] { asked_before_event.push_back(ui.Record().size()); });
+    const std::size_t asked_at_start = ui.Record().size();
     ui.QueueAnswer(Answer::Cancel);
     bool quit = true;
     // An idle portfolio ticks four times a second.
@@ -44,6 +50,7 @@ TEST(Quit, CancelKeepsTheProgramAndItsTimerRunning) {
     EXPECT_EQ(ui.Record().back().caption, "Save Files?");
     std::uint64_t ticks = app.TickCount();
     EXPECT_GE(ticks, 3u);
+    EXPECT_EQ(asked_before_event, std::vector<std::size_t>{asked_at_start});
 
     // No: shutdown without saving; the timer stops and the portfolio is released.
     ui.QueueAnswer(Answer::No);

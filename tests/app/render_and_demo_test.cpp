@@ -2,6 +2,7 @@
 
 #include "app/run_commands.h"
 #include "imaging/jpeg.h"
+#include "imaging/picture_decoders.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"
@@ -146,6 +147,30 @@ TEST(DemoCommand, RunsTheDemoWritingItsFilesAndServingItsCanvases) {
     ASSERT_TRUE(DecodeJpegIntoDIB(
         {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, served));
     EXPECT_EQ(served.Width(), 1280);
+
+    // The demo's own page, in a real browser, shows the weather cam: its green field is there.
+    const std::string shot = dir.File("page.png");
+    auto browser = test::RunProcess(
+        {"/usr/bin/chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
+         "--no-first-run", "--disable-background-networking", "--disable-component-update",
+         "--disable-sync", "--user-data-dir=" + dir.File("chromium-profile"),
+         "--window-size=1400,900", "--screenshot=" + shot,
+         "http://127.0.0.1:" + std::to_string(port) + "/"},
+        dir.Path(), 60);
+    ASSERT_EQ(browser.exit_code, 0) << browser.err;
+    const std::string png = test::ReadFileBytes(shot);
+    DIB page, alpha;
+    ASSERT_EQ(
+        DecodePng({reinterpret_cast<const std::uint8_t*>(png.data()), png.size()}, page, alpha),
+        PictureStatus::Ok);
+    int green = 0;
+    for (int y = 0; y < page.Height(); ++y) {
+        for (int x = 0; x < page.Width(); ++x) {
+            const std::uint8_t* p = page.scanline(y) + 3 * x;
+            green += p[1] > 80 && p[1] > p[2] + 15 && p[1] > p[0] + 15;
+        }
+    }
+    EXPECT_GT(green, 50000);
 
     auto result = demo.Wait(30);
     ASSERT_EQ(result.exit_code, 0) << result.err;

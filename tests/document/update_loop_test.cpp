@@ -8,6 +8,7 @@
 #include "imaging/jpeg.h"
 #include "imaging/picture.h"
 #include "settings/ini.h"
+#include "support/station_line.h"
 
 #include <algorithm>
 #include <chrono>
@@ -201,6 +202,32 @@ TEST_F(UpdateLoop, TheDesktopBackgroundIsWrittenAndHandedToTheConfiguredCommand)
     RunTicks(12 * 3600 + 20.01, 12 * 3600 + 20.01, 1);
     EXPECT_EQ(quiet.Applied(), 0);
     EXPECT_TRUE(fs::exists(dir.File("quiet/TessarolleWallPaper.bmp")));
+}
+
+TEST_F(UpdateLoop, TheWeatherRecordOfTheLastRunComesBackAndAnOlderLineIsNotTakenAgain) {
+    auto station = [&](int hour, const char* temperature) {
+        test::WriteFileBytes(
+            dir.File("wx.csv"),
+            test::StationLine(2024, 6, 21, hour, 0, 0).Set(14, temperature).Text() + "\n");
+    };
+    test::WriteFileBytes(dir.File("wx.por"),
+                         "[Karvell]\r\nCSVEnabled=True\r\nCSVFile=wx.csv\r\nCSVDelay=15\r\n");
+    station(12, "20.0");
+    {
+        Portfolio first(sun);
+        first.SetFileName("wx.por");
+        first.LoadFile();
+        ASSERT_TRUE(first.Tick(At(12, 0, 30)));
+        ASSERT_EQ(first.Karvell().CSVData(100), 20.0); // today's highest
+    }
+    station(11, "5.0"); // the station's program was set back
+    Portfolio second(sun);
+    second.SetFileName("wx.por");
+    second.LoadFile();
+    EXPECT_EQ(second.Karvell().CSVData(100), 20.0); // back before any line is read
+    ASSERT_TRUE(second.Tick(At(12, 1, 0)));
+    EXPECT_EQ(second.Karvell().CSVData(14), 20.0);
+    EXPECT_EQ(second.Karvell().CSVData(101), 20.0); // today's lowest: the 5 degrees never came
 }
 
 } // namespace

@@ -40,6 +40,9 @@ TEST(DIB, SizeChangesFollowTheCreateAndDestroyRules) {
     EXPECT_FALSE(huge.SetWidthHeight(100000, 100000)); // refused before any memory is taken
     EXPECT_EQ(huge.Width(), 0);
     EXPECT_FALSE(huge.HasBitmap());
+    EXPECT_FALSE(huge.SetWidthHeight(100000, 0)); // refused too, though it holds no pixels
+    EXPECT_FALSE(huge.SetWidthHeight(-5, 0));
+    EXPECT_EQ(huge.Width(), 0);
 }
 
 TEST(DIB, ClearFillsEveryPixelAndScanlinesRunTopDown) {

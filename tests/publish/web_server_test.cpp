@@ -54,6 +54,8 @@ TEST_F(WebServerTest, CanvasFileAndNotFoundAnswersByteForByte) {
     EXPECT_EQ(BodyOf(Get("CANVAS01.jpg?t=12345")), body);
 
     EXPECT_EQ(Get("index.htm"), FileHeader("text/html", 18) + "<html>index</html>");
+    // An escaped name is served with the type of the name it stands for.
+    EXPECT_EQ(Get("index%2ehtm"), FileHeader("text/html", 18) + "<html>index</html>");
     EXPECT_EQ(Get("missing.htm"), kNotFound);
 
     // No picture composed: the 404 answer rather than an empty image.
@@ -142,6 +144,10 @@ TEST_F(WebServerTest, AFullPoolRefusesUntilAMemberHasBeenIdleFiveSeconds) {
     Advance(4);
     ClientSocket still_refused(port);
     EXPECT_TRUE(still_refused.WaitClosed(Millis(2000)));
+    // An answer on the first member does not renew it: the five seconds count from when the
+    // member was taken.
+    holders.front().Send(GetRequest("index.htm", true));
+    ASSERT_TRUE(holders.front().ReadResponse());
 
     // Past five seconds the first member gives way; the others stay.
     Advance(2);

@@ -180,10 +180,10 @@ TEST(ScheduleSettings, SavedInCanvasFileOrderAndReadBack) {
                                                       "ScheduleMode=1\r\n"
                                                       "StartMode=0\r\n"
                                                       "StopMode=2\r\n"
-                                                      "StartAbsoluteTime=07:30:00\r\n"
+                                                      "StartAbsoluteTime=0.3125\r\n"
                                                       "StartSunriseOffset=0\r\n"
                                                       "StartSunsetOffset=30\r\n"
-                                                      "StopAbsoluteTime=23:59:50\r\n"
+                                                      "StopAbsoluteTime=0.99988427\r\n"
                                                       "StopSunriseOffset=-15\r\n"
                                                       "StopSunsetOffset=7.5\r\n");
 
