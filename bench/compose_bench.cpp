@@ -12,10 +12,10 @@
 #include "time/sun.h"
 #include "time/time_zone.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <sstream>
 #include <string>
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <benchmark/benchmark.h>

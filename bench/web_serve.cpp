@@ -1,6 +1,6 @@
 // The web server as the running program has it, for load tests from outside (see
 // bench/web_vs_nginx.sh): the Application's event loop and update timer, a portfolio whose
-// canvas 1 composes a 1280 x 720 camera-like frame from a JPEG file, served as
+// canvas 1 composes a 1280 x 720 camera-like frame from a bitmap file, served as
 // "Canvas01.jpg" and saved as a fixed file every second, and a 10 ms probe timer on the same
 // loop that measures how late timers run while requests pour in.
 //
@@ -14,7 +14,7 @@
 #include "app/portfolio_hosting.h"
 #include "base/log.h"
 #include "document/portfolio.h"
-#include "imaging/jpeg.h"
+#include "imaging/bmp_writer.h"
 #include "web_frame.h"
 
 #include <algorithm>
@@ -23,9 +23,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
-#include <sys/stat.h>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include <asio/signal_set.hpp>
@@ -34,6 +36,7 @@
 namespace {
 
 using Steady = std::chrono::steady_clock;
+std::string fixed_file; // the canvas's fixed file, watched for its saves
 constexpr auto kProbePeriod = std::chrono::milliseconds(10);
 
 struct Window {
@@ -73,7 +76,7 @@ void Probe(asio::steady_timer& timer, Steady::time_point due, Window& w) {
         if (ec) return;
         w.late_ms.push_back(std::chrono::duration<double, std::milli>(Steady::now() - due).count());
         struct stat st {};
-        if (::stat("bench-fixed.jpg", &st) == 0 && st.st_ino != w.fixed_inode) {
+        if (::stat(fixed_file.c_str(), &st) == 0 && st.st_ino != w.fixed_inode) {
             if (w.fixed_inode != 0) ++w.fixed_writes;
             w.fixed_inode = st.st_ino;
         }
@@ -104,22 +107,29 @@ int main(int argc, char** argv) {
     canvas.SetFileName("bench.can");
     canvas.SetEnabled(true);
     canvas.SetWidthHeight(1280, 720);
+    // The frame and the fixed file live in a folder of their own, gone at the end.
+    const std::filesystem::path files =
+        std::filesystem::temp_directory_path() / ("tess-web-serve-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(files);
+    const std::string frame_file = (files / "frame.bmp").string();
+    fixed_file = (files / "fixed.jpg").string();
     {
+        // Kept without loss, so that the served picture is the frame itself.
         tess::DIB frame;
         tess::bench::FillCameraFrame(frame);
-        const std::vector<std::uint8_t> jpeg = tess::EncodeJpeg(frame, 90);
-        std::ofstream("bench-frame.jpg", std::ios::binary)
-            .write(reinterpret_cast<const char*>(jpeg.data()), static_cast<long>(jpeg.size()));
+        const std::vector<std::uint8_t> bmp = tess::EncodeBmp(frame);
+        std::ofstream(frame_file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bmp.data()), static_cast<long>(bmp.size()));
     }
     tess::GraphicItem& camera = canvas.AddGraphic(1);
     camera.SetEnabled(true);
     camera.SetSourceType(static_cast<int>(tess::SourceType::GraphicFile));
-    camera.SetSourceFileName("bench-frame.jpg");
+    camera.SetSourceFileName(frame_file);
     camera.SetLayer(0);
     // The program's own timing under load: a fixed file saved every second.
     canvas.SetFixedEnabled(true);
     canvas.SetFixedRate(1);
-    canvas.SetFixedFileName("bench-fixed.jpg");
+    canvas.SetFixedFileName(fixed_file);
     tess::CanvasWebServer& served = canvas.CanvasWebServer();
     served.SetEnabled(true);
     served.SetFileName("Canvas01.jpg");
@@ -142,7 +152,7 @@ int main(int argc, char** argv) {
         signals.async_wait([&](const std::error_code& ec, int signal) {
             if (ec) return;
             if (signal != SIGUSR1) return app.Stop();
-            window = Window{Steady::now(), app.TickCount(), {}};
+            window = Window{Steady::now(), app.TickCount(), {}, window.fixed_inode, 0};
             await_signals();
         });
     };
@@ -159,5 +169,7 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     app.Loop().run();
     if (auto open = app.ReleasePortfolio()) open->Unload();
+    std::error_code ignored;
+    std::filesystem::remove_all(files, ignored);
     return 0;
 }
