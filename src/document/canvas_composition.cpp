@@ -78,57 +78,67 @@ bool Canvas::UpdateImage(const CompositionServices& services) {
     return true;
 }
 
-// Items off by their schedule are neither refreshed nor drawn; when the schedule opens they
-// are due at once, since their next time has passed meanwhile.
-bool Canvas::UpdateTexts(const CompositionServices& services, bool reload) {
-    const double now = services.now;
-    for (int i = 1; i <= kMaxText; ++i) {
-        TextItem* item = texts_.items[i].get();
+namespace {
+
+// Visits the items of a table that are shown at `now`, in index order; the others (disabled,
+// or off by their schedule) are handed to `hide`. A visit that returns false ends the walk.
+template <typename Item, std::size_t N, typename Hide, typename Visit>
+bool ForEachShown(std::array<std::unique_ptr<Item>, N>& items, double now, Hide hide, Visit visit) {
+    for (std::size_t i = 1; i < N; ++i) {
+        Item* item = items[i].get();
         if (!item) continue;
         if (!item->Enabled() || !item->UpdateOnNow(now)) {
-            NoteHidden(*item);
+            hide(*item);
             continue;
         }
-        bool changed = false;
-        if (reload || IsDue(item->NextTime(), item->Interval(), now)) {
-            changed = item->Refresh(services.tags, now);
-            if (item->Scripted() && services.allow_text_update && services.text_update) {
-                services.text_update(canvas_value_, i);
-                if (!services.Running()) return false;
-                // The script may have given the item a new text.
-                if (texts_.items[i].get() != item) continue;
-                if (item->SettingsChanged()) changed |= item->Refresh(services.tags, now);
-            }
-        }
-        if ((changed || item->SettingsChanged()) && services.text_renderer)
-            changed = item->UpdateImage(*services.text_renderer);
-        NoteDrawn(*item, changed);
+        if (!visit(*item, static_cast<int>(i))) return false;
     }
     return true;
 }
 
+} // namespace
+
+// Items off by their schedule are neither refreshed nor drawn; when the schedule opens they
+// are due at once, since their next time has passed meanwhile.
+bool Canvas::UpdateTexts(const CompositionServices& services, bool reload) {
+    const double now = services.now;
+    auto hide = [this](CanvasItem& item) { NoteHidden(item); };
+    return ForEachShown(texts_.items, now, hide, [&](TextItem& item, int i) {
+        bool changed = false;
+        if (reload || IsDue(item.NextTime(), item.Interval(), now)) {
+            changed = item.Refresh(services.tags, now);
+            if (item.Scripted() && services.allow_text_update && services.text_update) {
+                services.text_update(canvas_value_, i);
+                if (!services.Running()) return false;
+                // The script may have removed the item, or given it a new text.
+                if (texts_.items[i].get() != &item) return true;
+                if (item.SettingsChanged()) changed |= item.Refresh(services.tags, now);
+            }
+        }
+        if ((changed || item.SettingsChanged()) && services.text_renderer)
+            changed = item.UpdateImage(*services.text_renderer);
+        NoteDrawn(item, changed);
+        return true;
+    });
+}
+
 bool Canvas::UpdateGraphics(const CompositionServices& services, bool reload) {
     const double now = services.now;
-    for (int i = 1; i <= kMaxGraphic; ++i) {
-        GraphicItem* item = graphics_.items[i].get();
-        if (!item) continue;
-        if (!item->Enabled() || !item->UpdateOnNow(now)) {
-            NoteHidden(*item);
-            continue;
-        }
+    auto hide = [this](CanvasItem& item) { NoteHidden(item); };
+    return ForEachShown(graphics_.items, now, hide, [&](GraphicItem& item, int i) {
         bool changed = false;
-        if (reload || IsDue(item->NextTime(), item->Interval(), now)) {
-            if (item->Scripted() && services.allow_graphic_update && services.graphic_update) {
+        if (reload || IsDue(item.NextTime(), item.Interval(), now)) {
+            if (item.Scripted() && services.allow_graphic_update && services.graphic_update) {
                 services.graphic_update(canvas_value_, i);
                 if (!services.Running()) return false;
-                if (graphics_.items[i].get() != item || !item->Visible()) continue;
+                if (graphics_.items[i].get() != &item || !item.Visible()) return true;
             }
-            changed = item->Refresh(services, now);
+            changed = item.Refresh(services, now);
         }
-        changed |= item->UpdateImage(); // new settings, or a picture that arrived meanwhile
-        NoteDrawn(*item, changed);
-    }
-    return true;
+        changed |= item.UpdateImage(); // new settings, or a picture that arrived meanwhile
+        NoteDrawn(item, changed);
+        return true;
+    });
 }
 
 // Layers from the lowest changed one up are rebuilt, starting from the kept picture through

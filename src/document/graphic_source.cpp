@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace tess {
@@ -74,12 +73,7 @@ bool GraphicSource::Refresh(const GraphicItem& item, Image& image,
 
 // A camera program rewrites its file all day; an unchanged file is not decoded again.
 bool GraphicSource::RefreshFile(Image& image) {
-    FileStamp stamp;
-    struct stat st {};
-    if (!file_name_.empty() && ::stat(file_name_.c_str(), &st) == 0) {
-        stamp = {true, st.st_dev, st.st_ino, st.st_size,
-                 st.st_mtim.tv_sec * 1000000000LL + st.st_mtim.tv_nsec};
-    }
+    const FileStamp stamp = FileStamp::Of(file_name_);
     if (stamp_known_ && stamp == stamp_) return false;
     stamp_known_ = true;
     stamp_ = stamp;

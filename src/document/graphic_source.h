@@ -6,12 +6,12 @@
 // background colour, another canvas's composed picture or a video feed's latest frame (each
 // copied only when it is a new one).
 
+#include "base/file_stamp.h"
 #include "document/composition_services.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <sys/types.h>
 
 namespace tess {
 
@@ -35,14 +35,6 @@ public:
     bool TakeDownload(Image& image);
 
 private:
-    struct FileStamp {
-        bool exists = false;
-        dev_t device = 0;
-        ino_t inode = 0;
-        off_t size = 0;
-        long long mtime_ns = 0;
-        bool operator==(const FileStamp&) const = default;
-    };
     struct Download;
 
     bool RefreshFile(Image& image);

@@ -4,7 +4,6 @@
 #include "base/log.h"
 
 #include <filesystem>
-#include <sys/stat.h>
 #include <unordered_map>
 
 namespace tess {
@@ -30,15 +29,8 @@ std::shared_ptr<IniFile> IniFile::Open(const std::string& path) {
     return file;
 }
 
-IniFile::DiskStamp IniFile::StampOf(const std::string& path) {
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0) return {};
-    return DiskStamp{true, st.st_dev, st.st_ino, st.st_size,
-                     st.st_mtim.tv_sec * 1000000000LL + st.st_mtim.tv_nsec};
-}
-
 void IniFile::Refresh() {
-    DiskStamp now = StampOf(path_);
+    FileStamp now = FileStamp::Of(path_);
     if (loaded_ && (now == stamp_ || read_only_)) return;
     if (dirty_) {
         LogWarning("settings file '{}' changed on disk; unsaved settings are written over it",
@@ -93,7 +85,7 @@ bool IniFile::Flush() {
         return false;
     }
     dirty_ = false;
-    stamp_ = StampOf(path_);
+    stamp_ = FileStamp::Of(path_);
     return true;
 }
 

@@ -5,13 +5,13 @@
 // editor) and each write replaces the file atomically at once. Inside a batch the copy is
 // read once at the start and written once at the end.
 
+#include "base/file_stamp.h"
 #include "settings/ini_document.h"
 
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
 namespace tess {
 
@@ -35,22 +35,12 @@ public:
     static std::shared_ptr<IniFile> Open(const std::string& path);
 
 private:
-    struct DiskStamp {
-        bool exists = false;
-        dev_t device = 0;
-        ino_t inode = 0;
-        off_t size = 0;
-        long long mtime_ns = 0;
-        bool operator==(const DiskStamp&) const = default;
-    };
-
-    static DiskStamp StampOf(const std::string& path);
     void Refresh();
     bool Flush();
 
     std::string path_;
     IniDocument doc_;
-    DiskStamp stamp_;
+    FileStamp stamp_;
     bool loaded_ = false;
     bool unreadable_ = false; // the file exists but could not be read: never overwrite it
     bool dirty_ = false;
