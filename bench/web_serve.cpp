@@ -4,7 +4,10 @@
 // "Canvas01.jpg" and saved as a fixed file every second, and a 10 ms probe timer on the same
 // loop that measures how late timers run while requests pour in.
 //
-//   web_serve --port N [--interval SECONDS] [--web FOLDER]
+//   web_serve --port N [--interval SECONDS] [--web FOLDER] [--frame-quality Q]
+//
+// With --frame-quality the frame is kept as a JPEG file of that quality instead of a bitmap,
+// as a camera would deliver it; the served picture then carries that JPEG's artefacts too.
 //
 // SIGUSR1 starts a measurement window, SIGUSR2 prints one line about it (fixed file saves,
 // update ticks, probe lateness, memory); SIGINT or SIGTERM end the program.
@@ -15,6 +18,7 @@
 #include "base/log.h"
 #include "document/portfolio.h"
 #include "imaging/bmp_writer.h"
+#include "imaging/jpeg.h"
 #include "web_frame.h"
 
 #include <algorithm>
@@ -90,11 +94,13 @@ int main(int argc, char** argv) {
     int port = 18080;
     double interval = 60;
     std::string web = "web";
+    int frame_quality = 0; // 0: a bitmap
     for (int i = 1; i + 1 < argc; i += 2) {
         std::string flag = argv[i];
         if (flag == "--port") port = std::atoi(argv[i + 1]);
         if (flag == "--interval") interval = std::atof(argv[i + 1]);
         if (flag == "--web") web = argv[i + 1];
+        if (flag == "--frame-quality") frame_quality = std::atoi(argv[i + 1]);
     }
     std::signal(SIGPIPE, SIG_IGN);
     tess::LogSetStderrLevel(tess::LogLevel::Warning);
@@ -111,15 +117,16 @@ int main(int argc, char** argv) {
     const std::filesystem::path files =
         std::filesystem::temp_directory_path() / ("tess-web-serve-" + std::to_string(::getpid()));
     std::filesystem::create_directories(files);
-    const std::string frame_file = (files / "frame.bmp").string();
+    const std::string frame_file = (files / (frame_quality ? "frame.jpg" : "frame.bmp")).string();
     fixed_file = (files / "fixed.jpg").string();
     {
-        // Kept without loss, so that the served picture is the frame itself.
+        // A bitmap keeps the frame without loss, so that the served picture is the frame itself.
         tess::DIB frame;
         tess::bench::FillCameraFrame(frame);
-        const std::vector<std::uint8_t> bmp = tess::EncodeBmp(frame);
+        const std::vector<std::uint8_t> bytes =
+            frame_quality ? tess::EncodeJpeg(frame, frame_quality) : tess::EncodeBmp(frame);
         std::ofstream(frame_file, std::ios::binary)
-            .write(reinterpret_cast<const char*>(bmp.data()), static_cast<long>(bmp.size()));
+            .write(reinterpret_cast<const char*>(bytes.data()), static_cast<long>(bytes.size()));
     }
     tess::GraphicItem& camera = canvas.AddGraphic(1);
     camera.SetEnabled(true);

@@ -4,6 +4,7 @@
 #
 #   bench/web_vs_nginx.sh [BUILD_DIR]        (default build/release; make release first)
 #   REPS=5 DURATION=10s bench/web_vs_nginx.sh
+#   FRAME_QUALITY=90 bench/web_vs_nginx.sh   (the frame from a JPEG file, as from a camera)
 #
 # Keep-alive load: wrk -t2 -c64 -d10s with "Connection: keep-alive" (wrk sends HTTP/1.1
 # without that header; both servers get the same requests). Our server runs twice: with the
@@ -35,7 +36,8 @@ done
 
 start_ours() { # interval, log
     mkdir -p "$work/web"
-    "$build/bench/web_serve" --port "$ours_port" --interval "$1" --web "$work/web" > "$2" &
+    "$build/bench/web_serve" --port "$ours_port" --interval "$1" --web "$work/web" \
+        --frame-quality "${FRAME_QUALITY:-0}" > "$2" &
     ours_pid=$!
     pids+=("$ours_pid")
     for _ in $(seq 100); do grep -q serving "$2" && return; sleep 0.05; done
