@@ -73,20 +73,28 @@ std::size_t FontLibrary::RequestHash::operator()(const Request& r) const {
     return std::hash<std::string>()(r.name) ^ (r.bold ? 0x9E37 : 0) ^ (r.italic ? 0x79B9 : 0);
 }
 
-FontLibrary::FontLibrary(std::size_t max_faces)
-    : faces_(std::max<std::size_t>(max_faces, 3), std::numeric_limits<std::size_t>::max()) {
+FontLibrary::FontLibrary(std::size_t max_faces, std::string cache_path)
+    : disk_(std::move(cache_path)),
+      faces_(std::max<std::size_t>(max_faces, 3), std::numeric_limits<std::size_t>::max()) {
     if (FT_Init_FreeType(&ft_) != 0) {
         ft_ = nullptr;
         LogError("text: FreeType could not start; texts will not be drawn");
     }
+}
+
+// fontconfig starts at the first name that neither this run nor the disk cache has met.
+FcConfig* FontLibrary::Config() {
+    if (config_tried_) return config_;
+    config_tried_ = true;
     config_ = FcInitLoadConfigAndFonts();
     if (!config_) {
         LogError("text: fontconfig could not load its configuration; texts will not be drawn");
-        return;
+        return nullptr;
     }
     FcPattern* unknown = Substituted(config_, FcPatternCreate());
     default_families_ = Families(unknown);
     FcPatternDestroy(unknown);
+    return config_;
 }
 
 FontLibrary::~FontLibrary() {
@@ -113,19 +121,30 @@ const FaceSource& FontLibrary::Resolve(std::string_view name, bool bold, bool it
     Request request{ToLowerAscii(Trim(name)), bold, italic};
     if (auto it = resolved_.find(request); it != resolved_.end()) return it->second;
     if (resolved_.size() >= kMaxRememberedRequests) resolved_.clear();
-    FaceSource source = Lookup(Trim(name), bold, italic);
-    return resolved_.emplace(std::move(request), std::move(source)).first->second;
+    const std::string key = FontCache::Key(name, bold, italic);
+    FontCache::Entry entry;
+    if (const FontCache::Entry* known = disk_.Find(key)) {
+        entry = *known;
+    } else {
+        entry = Lookup(Trim(name), bold, italic);
+        if (!entry.source.file.empty()) disk_.Store(key, entry);
+    }
+    if (entry.fallback) WarnOnce(Trim(name), NotInstalled());
+    return resolved_.emplace(std::move(request), std::move(entry.source)).first->second;
 }
 
-FaceSource FontLibrary::Lookup(std::string_view name, bool bold, bool italic) {
-    if (!config_) return {};
-    if (name.empty()) return MatchFamily(kFallbackFamily, bold, italic).source;
+std::string FontLibrary::NotInstalled() {
+    return fmt::format("is not installed; drawing with {} instead", kFallbackFamily);
+}
+
+FontCache::Entry FontLibrary::Lookup(std::string_view name, bool bold, bool italic) {
+    if (!Config()) return {};
+    if (name.empty()) return {MatchFamily(kFallbackFamily, bold, italic).source, false};
     Match match = MatchFamily(name, bold, italic);
-    if (match.like_name) return match.source;
-    WarnOnce(name, fmt::format("is not installed; drawing with {} instead", kFallbackFamily));
+    if (match.like_name) return {match.source, false};
     Match fallback = MatchFamily(kFallbackFamily, bold, italic);
     // Without DejaVu installed, fontconfig's own choice is better than nothing.
-    return fallback.like_name ? fallback.source : match.source;
+    return {fallback.like_name ? fallback.source : match.source, true};
 }
 
 FontLibrary::Match FontLibrary::MatchFamily(std::string_view family, bool bold, bool italic) {

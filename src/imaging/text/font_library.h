@@ -1,8 +1,11 @@
 #pragma once
 
 // Finds and opens fonts: fontconfig turns a font name such as "Arial" into a file (Liberation
-// Sans on a Debian machine), FreeType opens it. Both answers are kept, within bounds.
+// Sans on a Debian machine), FreeType opens it. Both answers are kept, within bounds, and the
+// names' files also on disk (FontCache), so that fontconfig starts only for a name not met
+// before.
 
+#include "imaging/text/font_cache.h"
 #include "imaging/text/font_face.h"
 #include "imaging/text/lru_cache.h"
 
@@ -25,7 +28,8 @@ class FontLibrary {
 public:
     // One render holds two faces at once (its font and the fallback, which also draws the
     // arrows); at least three stay open, so opening one never closes the other.
-    explicit FontLibrary(std::size_t max_faces);
+    // `cache_path`: the file of remembered answers (see FontCache; empty: none).
+    explicit FontLibrary(std::size_t max_faces, std::string cache_path = FontCache::DefaultPath());
     ~FontLibrary();
     FontLibrary(const FontLibrary&) = delete;
     FontLibrary& operator=(const FontLibrary&) = delete;
@@ -55,12 +59,16 @@ private:
         bool like_name = false; // the family asked for, or one fontconfig names in its place
     };
 
-    FaceSource Lookup(std::string_view name, bool bold, bool italic);
+    FcConfig* Config();
+    FontCache::Entry Lookup(std::string_view name, bool bold, bool italic);
     Match MatchFamily(std::string_view family, bool bold, bool italic);
     void WarnOnce(std::string_view name, std::string_view message);
+    static std::string NotInstalled();
 
     FT_Library ft_ = nullptr;
     FcConfig* config_ = nullptr;
+    bool config_tried_ = false;
+    FontCache disk_;
     // The families fontconfig tries for a name it does not know: a match among these alone
     // means the name itself found nothing.
     std::vector<std::string> default_families_;
