@@ -75,18 +75,22 @@ int RunProgram(const RunOptions& options) {
     return app.ExitCode();
 }
 
+void AddRunOptions(CLI::App& command, RunOptions& options) {
+    command.add_option("--for", options.for_seconds, "Quit after this many seconds")
+        ->check(CLI::PositiveNumber);
+    command.add_flag("--save-on-quit", options.save_on_quit,
+                     "Answer Yes when asked whether to save on the way out (headless runs)");
+    command.add_flag("--headless", options.headless,
+                     "Ask nothing at the terminal: questions take their default answers");
+}
+
 int RunCommandLine(int argc, char** argv) {
     CLI::App cli{"Tessarolle composes webcam and weather-station pictures and publishes them.\n"
                  "Without a subcommand it runs in the current folder until SIGINT or SIGTERM.",
                  "tessarolle"};
     cli.set_version_flag("--version", std::string("Tessarolle ") + kVersionText);
     RunOptions options;
-    cli.add_option("--for", options.for_seconds, "Quit after this many seconds")
-        ->check(CLI::PositiveNumber);
-    cli.add_flag("--save-on-quit", options.save_on_quit,
-                 "Answer Yes when asked whether to save on the way out (headless runs)");
-    cli.add_flag("--headless", options.headless,
-                 "Ask nothing at the terminal: questions take their default answers");
+    AddRunOptions(cli, options);
     // Each subcommand's callback runs its work and leaves its exit status here.
     int status = 0;
     for (const auto& add : Subcommands())

@@ -2,6 +2,10 @@
 
 #include <string>
 
+namespace CLI {
+class App;
+}
+
 namespace tess {
 
 // The program's command line; returns the process exit status.
@@ -16,5 +20,8 @@ struct RunOptions {
 
 // Starts the program in the current folder and runs its event loop until it quits.
 int RunProgram(const RunOptions& options);
+
+// The options of a run: --for, --save-on-quit, --headless.
+void AddRunOptions(CLI::App& command, RunOptions& options);
 
 } // namespace tess

@@ -21,15 +21,6 @@ namespace {
 
 constexpr int kExitBadInput = 2;
 
-void AddRunOptions(CLI::App& command, RunOptions& options) {
-    command.add_option("--for", options.for_seconds, "Quit after this many seconds")
-        ->check(CLI::PositiveNumber);
-    command.add_flag("--save-on-quit", options.save_on_quit,
-                     "Answer Yes when asked whether to save on the way out (headless runs)");
-    command.add_flag("--headless", options.headless,
-                     "Ask nothing at the terminal: questions take their default answers");
-}
-
 void PrintDemoGuide(const DemoRequest& request, std::ostream& out) {
     std::error_code ec;
     const std::string dir = fs::absolute(request.dir, ec).lexically_normal().string();

@@ -150,13 +150,8 @@ TEST(DemoCommand, RunsTheDemoWritingItsFilesAndServingItsCanvases) {
 
     // The demo's own page, in a real browser, shows the weather cam: its green field is there.
     const std::string shot = dir.File("page.png");
-    auto browser = test::RunProcess(
-        {"/usr/bin/chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
-         "--no-first-run", "--disable-background-networking", "--disable-component-update",
-         "--disable-sync", "--user-data-dir=" + dir.File("chromium-profile"),
-         "--window-size=1400,900", "--screenshot=" + shot,
-         "http://127.0.0.1:" + std::to_string(port) + "/"},
-        dir.Path(), 60);
+    auto browser = test::BrowserScreenshot("http://127.0.0.1:" + std::to_string(port) + "/", shot,
+                                           1400, 900, dir.Path());
     ASSERT_EQ(browser.exit_code, 0) << browser.err;
     const std::string png = test::ReadFileBytes(shot);
     DIB page, alpha;

@@ -71,13 +71,8 @@ TEST_F(WebHosting, TheLoadedPortfolioServesItsCanvasToABrowser) {
     {
         test::LoopThread thread(app.Loop());
         std::string shot = dir.File("shot.png");
-        auto result = test::RunProcess(
-            {"/usr/bin/chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic",
-             "--no-first-run", "--disable-background-networking", "--disable-component-update",
-             "--disable-sync", "--user-data-dir=" + dir.File("chromium-profile"),
-             "--window-size=320,240", "--screenshot=" + shot,
-             "http://127.0.0.1:" + std::to_string(port) + "/"},
-            dir.Path(), 60);
+        auto result = test::BrowserScreenshot("http://127.0.0.1:" + std::to_string(port) + "/",
+                                              shot, 320, 240, dir.Path());
         ASSERT_EQ(result.exit_code, 0) << result.err;
         std::string png = test::ReadFileBytes(shot);
         DIB pixels, opacity;

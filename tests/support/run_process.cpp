@@ -93,4 +93,17 @@ ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string
     return process.Wait(timeout_seconds);
 }
 
+ProcessResult BrowserScreenshot(const std::string& url, const std::string& shot, int width,
+                                int height, const std::string& directory) {
+    // Without the background networking switches, Chromium keeps calling hosts this machine
+    // cannot reach.
+    return RunProcess({"/usr/bin/chromium", "--headless", "--no-sandbox", "--disable-gpu",
+                       "--disable-quic", "--no-first-run", "--disable-background-networking",
+                       "--disable-component-update", "--disable-sync",
+                       "--user-data-dir=" + directory + "/chromium-profile",
+                       "--window-size=" + std::to_string(width) + "," + std::to_string(height),
+                       "--screenshot=" + shot, url},
+                      directory, 60);
+}
+
 } // namespace tess::test

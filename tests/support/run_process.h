@@ -35,4 +35,9 @@ private:
 ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& directory,
                          double timeout_seconds = 30);
 
+// Headless Chromium loads `url` in a window of the given size and writes a PNG screenshot to
+// `shot`; its profile lives in `directory`.
+ProcessResult BrowserScreenshot(const std::string& url, const std::string& shot, int width,
+                                int height, const std::string& directory);
+
 } // namespace tess::test
