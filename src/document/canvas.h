@@ -27,7 +27,7 @@
 namespace tess {
 
 class IniSection;
-class OutputServices;
+struct OutputServices;
 class SunTimes;
 
 class Canvas {
