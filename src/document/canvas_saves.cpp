@@ -82,7 +82,8 @@ void Canvas::DoSaves(double now, OutputServices& outputs) {
     const DIB& picture = ComposedDIB();
     if (!picture.HasBitmap()) return; // nothing composed yet
     EncodedPictures jpeg(picture);
-    if (jpeg.At(fixed ? fixed_quality_ : sequential_quality_).empty()) {
+    // The wallpaper takes the fixed file's quality, so the first encoding is one of those used.
+    if (jpeg.At(fixed || background ? fixed_quality_ : sequential_quality_).empty()) {
         // A picture of a few pixels does not fit the room the encoder is given.
         LogWarning("canvas '{}': its picture of {} x {} pixels could not be made a JPEG",
                    file_name_, picture.Width(), picture.Height());
