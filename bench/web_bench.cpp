@@ -66,14 +66,14 @@ struct Site {
 void Answer(benchmark::State& state, std::string_view request, double interval) {
     Site site;
     site.canvas.SetInterval(interval);
-    std::size_t body = 0;
+    std::size_t sent = 0;
     for (auto _ : state) {
         WebRequestParse parse = ParseWebRequest(request);
         WebReply reply = AnswerWebRequest(site.context, parse.path);
-        body = reply.picture ? reply.picture->size() : reply.file.Size();
+        sent = reply.header.size() + (reply.picture ? reply.picture->size() : reply.file.Size());
         benchmark::DoNotOptimize(reply.header.data());
     }
-    state.counters["body_bytes"] = static_cast<double>(body);
+    state.counters["sent_bytes"] = static_cast<double>(sent);
 }
 
 void BM_KeptCanvasPictureRequest(benchmark::State& state) {

@@ -3,6 +3,8 @@
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
 
+#include <algorithm>
+
 namespace tess {
 
 namespace {
@@ -30,13 +32,26 @@ const JpegBytes& CanvasWebServer::JPEGData(double now) {
     // Nothing composed yet: the next request tries again rather than waiting out the
     // interval with nothing to show.
     if (bytes.empty()) {
-        if (!jpeg_->empty()) jpeg_ = std::make_shared<const std::vector<std::uint8_t>>();
+        if (!jpeg_->empty()) jpeg_ = std::make_shared<const WebPicture>();
+        answer_.reset();
         last_modified_ = 0;
         return jpeg_;
     }
-    jpeg_ = std::make_shared<const std::vector<std::uint8_t>>(std::move(bytes));
+    jpeg_ = std::make_shared<const WebPicture>(std::move(bytes));
+    answer_.reset();
     last_modified_ = now;
     return jpeg_;
+}
+
+JpegBytes CanvasWebServer::WholeAnswer(const std::string& header) {
+    if (jpeg_->empty()) return nullptr;
+    if (answer_ && answer_header_ == header) return answer_;
+    std::vector<std::uint8_t> bytes(header.size() + jpeg_->size());
+    std::copy(header.begin(), header.end(), bytes.begin());
+    std::ranges::copy(jpeg_->Bytes(), bytes.begin() + static_cast<std::ptrdiff_t>(header.size()));
+    answer_ = std::make_shared<const WebPicture>(std::move(bytes));
+    answer_header_ = header;
+    return answer_;
 }
 
 void CanvasWebServer::Reset() {
@@ -46,7 +61,8 @@ void CanvasWebServer::Reset() {
     SetQuality(80);
     SetOffScheduleFile("offair.jpg");
     schedule_.Reset();
-    jpeg_ = std::make_shared<const std::vector<std::uint8_t>>();
+    jpeg_ = std::make_shared<const WebPicture>();
+    answer_.reset();
     last_modified_ = 0;
 }
 

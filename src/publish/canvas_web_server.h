@@ -5,6 +5,7 @@
 // while its daily window is closed, and that window. It also keeps the encoded picture, so
 // that many requests in a short time cost one encoding.
 
+#include "publish/web_picture.h"
 #include "settings/limit.h"
 #include "time/schedule.h"
 
@@ -12,16 +13,11 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace tess {
 
 class DIB;
 class SunTimes;
-
-// Encoded picture bytes, shared by the cache and every response still sending them, so a new
-// encoding never pulls the bytes from under a slow client.
-using JpegBytes = std::shared_ptr<const std::vector<std::uint8_t>>;
 
 class CanvasWebServer {
 public:
@@ -66,6 +62,10 @@ public:
     // the kept one is older than Interval, or none was made yet. Empty (never null) while the
     // canvas has no picture.
     const JpegBytes& JPEGData(double now);
+    // The kept picture with `header` before it, as one answer. Every request within the
+    // same second has the same header, so the answer is made once and each of them costs
+    // a single sendfile(). Null for an empty picture.
+    JpegBytes WholeAnswer(const std::string& header);
     // When the kept picture was encoded; 0 before the first.
     double LastModified() const { return last_modified_; }
     // Would JPEGData(now) encode?
@@ -93,7 +93,9 @@ private:
     bool needs_saving_ = false;
 
     std::function<const DIB&()> picture_;
-    JpegBytes jpeg_ = std::make_shared<const std::vector<std::uint8_t>>();
+    JpegBytes jpeg_ = std::make_shared<const WebPicture>();
+    JpegBytes answer_; // the kept picture behind `answer_header_`
+    std::string answer_header_;
     double last_modified_ = 0;
 };
 

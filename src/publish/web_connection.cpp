@@ -1,24 +1,14 @@
 #include "publish/web_connection.h"
 
+#include "publish/response_sender.h"
 #include "publish/web_request.h"
 #include "publish/web_server.h"
 
-#include <algorithm>
 #include <array>
-#include <vector>
 
-#include <asio/write.hpp>
+#include <asio/post.hpp>
 
 namespace tess {
-
-namespace {
-
-constexpr std::size_t kReadChunk = 4096;
-constexpr std::size_t kFileChunk = 64 * 1024;
-// Bytes handed to one write call: a whole canvas picture and its header in one go.
-constexpr std::size_t kWriteLimit = 1024 * 1024;
-
-} // namespace
 
 // The socket and everything a pending operation may still touch. Handlers hold it, so it
 // outlives the member's interest in it; `owner` is cleared when the member lets go, and a
@@ -28,10 +18,8 @@ struct WebConnection::Io {
 
     asio::ip::tcp::socket socket;
     WebConnection* owner;
-    std::array<char, kReadChunk> input{};
-    WebReply reply;
-    std::vector<std::uint8_t> chunk; // the part of a file being written
-    std::size_t chunk_size = 0;
+    std::array<char, 4096> input{};
+    ResponseSender sender;
 };
 
 WebConnection::WebConnection(WebServer& server, int index) : server_(server), index_(index) {}
@@ -48,6 +36,8 @@ void WebConnection::TakeConnection(asio::ip::tcp::socket socket, double now) {
     keep_alive_ = false;
     io_ = std::make_shared<Io>(std::move(socket), this);
     std::error_code ec;
+    // Answers are written straight from the handlers, as far as the socket takes them.
+    io_->socket.native_non_blocking(true, ec);
     // Each answer goes out in whole writes; waiting to coalesce them only adds latency.
     io_->socket.set_option(asio::ip::tcp::no_delay(true), ec);
     auto peer = io_->socket.remote_endpoint(ec);
@@ -66,7 +56,6 @@ void WebConnection::ForceClose() {
     buffer_.clear();
     keep_alive_ = false;
     held_ = false;
-    file_left_ = 0;
 }
 
 void WebConnection::ReadMore() {
@@ -121,59 +110,40 @@ void WebConnection::AnswerHeldRequest() {
 }
 
 void WebConnection::Send(WebReply reply) {
-    io_->reply = std::move(reply);
-    file_left_ = io_->reply.file.IsOpen() ? io_->reply.file.Size() : 0;
-    if (file_left_ > 0 && !ReadFileChunk()) return ForceClose();
-    Write(true);
+    io_->sender = ResponseSender(std::move(reply));
+    Write();
 }
 
-// A file is sent in chunks, so a large one never sits whole in memory.
-bool WebConnection::ReadFileChunk() {
-    Io& io = *io_;
-    if (io.chunk.empty()) io.chunk.resize(kFileChunk);
-    std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(file_left_, kFileChunk));
-    std::ptrdiff_t got = io.reply.file.Read({io.chunk.data(), want});
-    // A file that shrank since it was opened cannot fill the length already announced.
-    if (got <= 0) return false;
-    io.chunk_size = static_cast<std::size_t>(got);
-    file_left_ -= io.chunk_size;
-    return true;
-}
-
-void WebConnection::Write(bool with_header) {
+void WebConnection::Write() {
     auto io = io_;
-    std::array<asio::const_buffer, 2> buffers{};
-    if (with_header) buffers[0] = asio::buffer(io->reply.header);
-    if (io->reply.picture) {
-        buffers[1] = asio::buffer(*io->reply.picture);
-    } else if (io->chunk_size > 0) {
-        buffers[1] = asio::buffer(io->chunk.data(), io->chunk_size);
+    bool progressed = false;
+    ResponseSender::Step step = io->sender.SendSome(io->socket.native_handle(), progressed);
+    if (progressed) NoteProgress();
+    switch (step) {
+    case ResponseSender::Step::Done:
+        return Socket_SendComplete();
+    case ResponseSender::Step::Failed:
+        return ForceClose(); // Socket_Error
+    case ResponseSender::Step::Wait:
+        break;
     }
-    asio::async_write(
-        io->socket, buffers,
-        [io](const std::error_code& ec, std::size_t written) -> std::size_t {
-            if (ec) return 0;
-            if (written > 0 && io->owner) io->owner->NoteProgress();
-            return kWriteLimit;
-        },
-        [io](const std::error_code& ec, std::size_t) {
-            if (!io->owner) return;
-            if (ec) return io->owner->ForceClose(); // Socket_Error
-            io->owner->Socket_SendComplete();
-        });
+    io->socket.async_wait(asio::socket_base::wait_write, [io](const std::error_code& ec) {
+        if (!io->owner) return;
+        if (ec) return io->owner->ForceClose();
+        io->owner->Write();
+    });
 }
 
 void WebConnection::Socket_SendComplete() {
-    io_->chunk_size = 0;
-    if (file_left_ > 0) {
-        if (!ReadFileChunk()) return ForceClose();
-        return Write(false);
-    }
     last_progress_time_ = server_.Now();
-    io_->reply = WebReply();
+    io_->sender = ResponseSender();
     if (!keep_alive_) return ForceClose();
     if (buffer_.empty()) return ReadMore();
-    ProcessBuffer();
+    // A pipelined request is answered from the loop, not from inside this answer's call.
+    auto io = io_;
+    asio::post(io->socket.get_executor(), [io] {
+        if (io->owner) io->owner->ProcessBuffer();
+    });
 }
 
 void WebConnection::NoteProgress() {

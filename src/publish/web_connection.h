@@ -56,8 +56,7 @@ private:
     void ProcessBuffer();
     void Answer(const std::string& path);
     void Send(WebReply reply);
-    bool ReadFileChunk();
-    void Write(bool with_header);
+    void Write();
     void Socket_SendComplete();
     void NoteProgress();
 
@@ -73,7 +72,6 @@ private:
     std::string address_;
     bool held_ = false; // waiting in the server's queue of answers that encode
     std::string held_path_;
-    std::uint64_t file_left_ = 0; // bytes of the file being sent not yet read
     std::shared_ptr<Io> io_;
 };
 

@@ -116,13 +116,4 @@ WebFile WebFile::Open(std::string_view web_path, std::string_view path) {
     return WebFile(fd, static_cast<std::uint64_t>(st.st_size));
 }
 
-std::ptrdiff_t WebFile::Read(std::span<std::uint8_t> into) {
-    if (fd_ < 0) return -1;
-    for (;;) {
-        ssize_t n = ::read(fd_, into.data(), into.size());
-        if (n >= 0) return n;
-        if (errno != EINTR) return -1;
-    }
-}
-
 } // namespace tess

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 namespace tess {
@@ -29,8 +28,8 @@ public:
     bool IsOpen() const { return fd_ >= 0; }
     // The size when opened: the number of bytes announced and sent.
     std::uint64_t Size() const { return size_; }
-    // The next bytes from where the last read stopped; 0 at the end, -1 on a read error.
-    std::ptrdiff_t Read(std::span<std::uint8_t> into);
+    // Sent from with explicit offsets, so the descriptor's own position is never used.
+    int Fd() const { return fd_; }
 
 private:
     WebFile(int fd, std::uint64_t size) : fd_(fd), size_(size) {}

@@ -34,7 +34,13 @@ WebReply PictureReply(const WebReplyContext& context, CanvasWebServer& canvas) {
     WebReply reply;
     reply.header =
         JpegResponseHeader(context.date, WebDateText(canvas.LastModified()), bytes->size());
-    reply.picture = bytes;
+    // A picture encoded for this request alone is not worth a copy with its header.
+    if (canvas.Interval() == 0) {
+        reply.picture = bytes;
+        return reply;
+    }
+    reply.picture = canvas.WholeAnswer(reply.header);
+    reply.header.clear();
     return reply;
 }
 

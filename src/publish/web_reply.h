@@ -15,7 +15,8 @@ namespace tess {
 // The first served canvas whose FileName equals the name, ignoring case; null for none.
 using CanvasFinder = std::function<CanvasWebServer*(std::string_view file_name)>;
 
-// A header, then either the picture's bytes or the file's, or nothing after a 404.
+// A header, then either the picture's bytes or the file's, or nothing after a 404. A kept
+// canvas picture comes as one whole answer in `picture`, its header included.
 struct WebReply {
     std::string header;
     JpegBytes picture;

@@ -41,7 +41,7 @@ public:
     static constexpr std::int32_t kDefaultPort = 18080;
     // Enough for a page of pictures open in many browsers at once (each keeps up to six
     // connections) and for 64-connection load tests; each member holds at most one request
-    // header and one 64 KB file chunk.
+    // header, since bodies are sent from their files.
     static constexpr int kPoolSize = 128;
     // A connection taken this long ago, or last busy this long ago, gives way to a new one
     // when every member is in use.

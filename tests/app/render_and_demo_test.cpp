@@ -7,6 +7,8 @@
 #include "support/temp_dir.h"
 #include "support/web_client.h"
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <sstream>
 #include <thread>
@@ -127,7 +129,7 @@ TEST(DemoCommand, RunsTheDemoWritingItsFilesAndServingItsCanvases) {
         port = probe.local_endpoint().port();
     }
     test::Process demo(
-        {TESS_BINARY, "demo", "--dir", "run", "--for", "12", "--port", std::to_string(port)},
+        {TESS_BINARY, "demo", "--dir", "run", "--for", "90", "--port", std::to_string(port)},
         dir.Path());
     // Served while it runs: the composed canvas, whatever the query.
     std::optional<std::string> answer;
@@ -167,6 +169,16 @@ TEST(DemoCommand, RunsTheDemoWritingItsFilesAndServingItsCanvases) {
     }
     EXPECT_GT(green, 50000);
 
+    // Ctrl-C once its first files are out (they are saved every few seconds), however long
+    // the browser took on a loaded machine.
+    for (int wait = 0; wait < 200; ++wait) {
+        if (fs::exists(dir.File("run/images/hillcam.jpg")) &&
+            fs::exists(dir.File("run/images/thumbnail.jpg"))) {
+            break;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    demo.Signal(SIGINT);
     auto result = demo.Wait(30);
     ASSERT_EQ(result.exit_code, 0) << result.err;
     EXPECT_NE(result.out.find("http://127.0.0.1:" + std::to_string(port) + "/"), std::string::npos);

@@ -8,7 +8,7 @@
 #include "document/portfolio.h"
 #include "imaging/bmp_writer.h"
 #include "imaging/picture_decoders.h"
-#include "publish/web_picture.h"
+#include "publish/quadrants_picture.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"

@@ -88,7 +88,7 @@ TEST(PortfolioWeb, FindsTheFirstServedCanvasByNameAndEncodesItsComposedPicture) 
     two.SetWidthHeight(40, 30);
     portfolio.Tick(45000.55); // composes the canvas: its background alone
     DIB decoded;
-    ASSERT_TRUE(DecodeJpegIntoDIB(*web.JPEGData(45000.6), decoded));
+    ASSERT_TRUE(DecodeJpegIntoDIB(web.JPEGData(45000.6)->Bytes(), decoded));
     EXPECT_EQ(decoded.Width(), 40);
 }
 

@@ -8,10 +8,10 @@
 #include "publish/canvas_web_server.h"
 #include "publish/web_connection.h"
 #include "publish/web_server.h"
+#include "quadrants_picture.h"
 #include "support/fixed_sun.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"
-#include "web_picture.h"
 
 #include <atomic>
 #include <filesystem>

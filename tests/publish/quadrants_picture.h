@@ -52,7 +52,7 @@ inline bool DecodesToQuadrants(std::string_view bytes, int width, int height) {
     return true;
 }
 
-inline std::string_view AsText(const std::vector<std::uint8_t>& bytes) {
+inline std::string_view AsText(std::span<const std::uint8_t> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
