@@ -264,9 +264,10 @@ void Image::LoadImageDIB() {
     const int width = picture_.Width(), height = picture_.Height();
     // A file item whose file never loaded, or a bitmap we could not get memory for: the line
     // in errors.txt names the file and sizes, and the item shows nothing until a new source.
+    // The module and procedure are written as a fixed name: tools that watch errors.txt
+    // look for this line.
     auto report = [&](SourceLocation where = SourceLocation::current()) {
-        const ErrorSite site = SiteOf(where);
-        AppendErrorsTxt(site.module, site.procedure, site.line,
+        AppendErrorsTxt("Image.cls", "LoadImageDIB", SiteOf(where).line,
                         fmt::format("{}, {}, {}, {}", picture_file_name_,
                                     image_.HasBitmap() ? 1 : 0, width, height));
     };

@@ -160,6 +160,7 @@ private:
     bool Rotating() const { return rotation_angle_ != 0; }
     bool Feathering() const { return feather_width_ != 0 || feather_radius_ != 0; }
     bool PerPixelOpacity() const;
+    bool UsesOpacityFile() const;
     int Level() const;
     std::uint32_t FirstTransparentColor() const;
 

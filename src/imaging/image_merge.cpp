@@ -37,7 +37,8 @@ void CombineOpacity(DIB& opacity, bool& have, const DIB& mask) {
 } // namespace
 
 // The item's per-pixel opacity at its unrotated finished size: the source's own alpha (PNG,
-// WebP, text coverage), the opacity file, and the feather, multiplied when several apply.
+// WebP, text coverage), the opacity file (per-pixel mode or feathering only), and the
+// feather, multiplied when several apply.
 void Image::DoOpacityStuff() {
     opacity_dirty_ = false;
     rotated_opacity_dirty_ = true;
@@ -46,7 +47,7 @@ void Image::DoOpacityStuff() {
     bool have = false;
     if (width > 0 && height > 0) {
         if (const DIB* alpha = SourceOpacityToWorkFrom()) CombineOpacity(opacity_, have, *alpha);
-        if (opacity_type_ == 1 && !opacity_file_name_.empty()) {
+        if (UsesOpacityFile()) {
             Picture file;
             const PictureStatus status = file.LoadFile(opacity_file_name_);
             if (status == PictureStatus::Ok) {
@@ -88,8 +89,14 @@ const DIB* Image::FinalOpacityDIB() {
 }
 
 bool Image::PerPixelOpacity() const {
-    return opacity_mode_ == kOpacityPerPixel || Feathering() || opacity_type_ == 1 ||
-           picture_.HasOpacity();
+    return opacity_mode_ == kOpacityPerPixel || Feathering() || picture_.HasOpacity();
+}
+
+// The file weighs only where the merge is per pixel anyway: in the other modes an item
+// merges with its one opacity value, whatever file it names.
+bool Image::UsesOpacityFile() const {
+    return opacity_type_ == 1 && !opacity_file_name_.empty() &&
+           (opacity_mode_ == kOpacityPerPixel || Feathering());
 }
 
 int Image::Level() const {
@@ -154,7 +161,7 @@ void Image::MergeImageTo(DIB& destination, int x, int y) {
         const DIB* opacity = FinalOpacityDIB();
         if (!opacity) {
             merge(kOpacityMerge, nullptr);
-        } else if (opacity_mode_ == kOpacityPerPixel || Feathering() || opacity_type_ == 1) {
+        } else if (opacity_mode_ == kOpacityPerPixel || Feathering()) {
             merge(kOpacityPerPixel, opacity);
         } else {
             merge(opacity_mode_, opacity); // the source's own alpha, in the item's mode

@@ -11,6 +11,14 @@ TEST(DIB, RowsArePaddedToFourBytes) {
     EXPECT_EQ(DIB::PadBytes(3), 3);
     EXPECT_EQ(DIB::PadBytes(4), 0);
     EXPECT_EQ(DIB::RowBytes(5), 16);
+    // Allocated bitmaps: rows of 4, 8, 12, 12 bytes, the last row first in memory.
+    for (int width = 1; width <= 4; ++width) {
+        DIB d(width, 3);
+        EXPECT_EQ(d.Pitch(), (3 * width + 3) / 4 * 4) << width;
+        EXPECT_EQ(d.BufferSize(), static_cast<std::size_t>(d.Pitch()) * 3) << width;
+        EXPECT_EQ(d.scanline(1) - d.scanline(0), d.Stride()) << width;
+        EXPECT_EQ(d.scanline(2), d.DIBPtr()) << width;
+    }
 }
 
 TEST(DIB, SizeChangesFollowTheCreateAndDestroyRules) {
@@ -35,6 +43,14 @@ TEST(DIB, SizeChangesFollowTheCreateAndDestroyRules) {
     EXPECT_TRUE(w.HasBitmap());
     w.SetWidth(0); // re-created at width 0: no bitmap
     EXPECT_FALSE(w.HasBitmap());
+    DIB h; // the same rules with the sides swapped
+    h.SetHeight(2);
+    EXPECT_FALSE(h.HasBitmap());
+    h.SetWidth(3);
+    ASSERT_TRUE(h.HasBitmap());
+    EXPECT_EQ(h.Height(), 2);
+    h.SetHeight(0);
+    EXPECT_FALSE(h.HasBitmap());
 
     DIB huge;
     EXPECT_FALSE(huge.SetWidthHeight(100000, 100000)); // refused before any memory is taken

@@ -81,6 +81,20 @@ TEST(Picture, LosslessFilesFromAnotherEncoderLoadExactly) {
     }
 }
 
+TEST(Picture, LossyWebpFromAnotherEncoderLoadsClosely) {
+    TempDir dir;
+    DIB source(48, 32);
+    test::FillSmooth(source);
+    test::WritePpm(dir.File("in.ppm"), source);
+    Convert(dir, {"in.ppm", "-quality", "90", "lossy.webp"});
+    Picture picture;
+    ASSERT_EQ(picture.LoadFile(dir.File("lossy.webp")), PictureStatus::Ok);
+    EXPECT_EQ(picture.Width(), 48);
+    EXPECT_EQ(picture.Height(), 32);
+    EXPECT_LT(test::MeanAbsDifference(picture.Pixels(), source), 4.0);
+    EXPECT_FALSE(picture.HasOpacity());
+}
+
 TEST(Picture, OddBitDepthsOfBitmapsLoad) {
     TempDir dir;
     DIB source(13, 5); // black and white only, channels that 5 bits keep exactly
