@@ -121,6 +121,66 @@ void BM_DiffWithHistogram720p(benchmark::State& state) {
 }
 BENCHMARK(BM_DiffWithHistogram720p)->Unit(benchmark::kMillisecond);
 
+// Kernels without a target of their own, each next to its plain reference.
+template <auto ShadowKernel>
+void ShadowOfItem(benchmark::State& state) {
+    DIB item(640, 360), shadow(644, 364); // a large item: its shadow is 4 pixels wider and taller
+    FillFrame(item, 8);
+    for (auto _ : state) {
+        ShadowKernel(shadow.DIBPtr(), 644, 364, item.DIBPtr(), 640, 360, 2, 2, tess::kOpacityMerge,
+                     0, 255, nullptr, tess::kShadow3x3Plus, 0, 0, nullptr, 0, 0);
+        benchmark::ClobberMemory();
+    }
+}
+void BM_Shadow3x3Plus640x360(benchmark::State& state) {
+    ShadowOfItem<tess::Shadow>(state);
+}
+BENCHMARK(BM_Shadow3x3Plus640x360)->Unit(benchmark::kMicrosecond);
+void BM_Shadow3x3Plus640x360Reference(benchmark::State& state) {
+    ShadowOfItem<tess::reference::Shadow>(state);
+}
+BENCHMARK(BM_Shadow3x3Plus640x360Reference)->Unit(benchmark::kMicrosecond);
+
+template <auto ColorKernel>
+void SepiaFrame(benchmark::State& state) {
+    DIB frame(1280, 720);
+    FillFrame(frame, 9);
+    for (auto _ : state) {
+        ColorKernel(frame.DIBPtr(), 1280, 720, tess::kColorSepia);
+        benchmark::ClobberMemory();
+    }
+}
+void BM_ColorProcessSepia720p(benchmark::State& state) {
+    SepiaFrame<tess::ColorProcess>(state);
+}
+BENCHMARK(BM_ColorProcessSepia720p)->Unit(benchmark::kMicrosecond);
+void BM_ColorProcessSepia720pReference(benchmark::State& state) {
+    SepiaFrame<tess::reference::ColorProcess>(state);
+}
+BENCHMARK(BM_ColorProcessSepia720pReference)->Unit(benchmark::kMicrosecond);
+
+// DIB1624 widens in place, so each pass first copies the 16-bit frame (1.8 MB) back in.
+template <auto WidenKernel>
+void WidenFrame(benchmark::State& state) {
+    std::vector<std::uint8_t> frame16(1280 * 2 * 720), buffer(1280 * 3 * 720);
+    std::mt19937 rng(10);
+    for (auto& byte : frame16)
+        byte = static_cast<std::uint8_t>(rng());
+    for (auto _ : state) {
+        std::memcpy(buffer.data(), frame16.data(), frame16.size());
+        WidenKernel(buffer.data(), 1280, 720);
+        benchmark::ClobberMemory();
+    }
+}
+void BM_DIB1624_720p(benchmark::State& state) {
+    WidenFrame<tess::DIB1624>(state);
+}
+BENCHMARK(BM_DIB1624_720p)->Unit(benchmark::kMicrosecond);
+void BM_DIB1624_720pReference(benchmark::State& state) {
+    WidenFrame<tess::reference::DIB1624>(state);
+}
+BENCHMARK(BM_DIB1624_720pReference)->Unit(benchmark::kMicrosecond);
+
 // The JPEG picture is written once as PPM so that tjbench can be run on the very same pixels.
 const DIB& JpegFrame() {
     static DIB frame = [] {
