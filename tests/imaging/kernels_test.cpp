@@ -3,11 +3,16 @@
 
 #include "imaging/kernels.h"
 #include "imaging/kernels_reference.h"
+#include "imaging/rotate_rows.h"
 #include "imaging/rotation.h"
 
 #include <cstring>
+#include <new>
 #include <random>
 #include <set>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -104,25 +109,85 @@ TEST(KernelsMatchReference, BlurAndDiff) {
     EXPECT_TRUE(SamePixels(fast, slow));
 }
 
+// A copy of some bytes that ends where an unreadable page begins: reading even one byte past
+// them faults, also from vector gathers, which the address sanitizer does not check.
+class PageEndCopy {
+public:
+    explicit PageEndCopy(const std::vector<std::uint8_t>& bytes) {
+        const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        size_ = (bytes.size() + page - 1) / page * page + page;
+        void* base =
+            mmap(nullptr, size_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (base == MAP_FAILED) throw std::bad_alloc();
+        base_ = static_cast<std::uint8_t*>(base);
+        std::uint8_t* guard = base_ + size_ - page;
+        mprotect(guard, page, PROT_NONE);
+        data_ = guard - bytes.size();
+        std::memcpy(data_, bytes.data(), bytes.size());
+    }
+    PageEndCopy(const PageEndCopy&) = delete;
+    PageEndCopy& operator=(const PageEndCopy&) = delete;
+    ~PageEndCopy() { munmap(base_, size_); }
+    const std::uint8_t* data() const { return data_; }
+
+private:
+    std::uint8_t* base_ = nullptr;
+    std::uint8_t* data_ = nullptr;
+    std::size_t size_ = 0;
+};
+
 TEST(KernelsMatchReference, RotateAtManyAngles) {
+    // Widths that are multiples of 4 leave the last source row without padding, so its last
+    // pixel ends the buffer; rows of 8 and more go through the vector loop.
+    const int sizes[][2] = {{1, 1},  {2, 3},  {4, 3},  {3, 1},  {8, 8},  {16, 9},  {12, 11},
+                            {9, 16}, {33, 2}, {7, 40}, {64, 5}, {5, 64}, {20, 20}, {301, 13}};
+    std::vector<float> angles = {44.5f,  44.9f,  45.0f,  45.1f,  45.5f,  89.5f,  90.5f,
+                                 134.9f, 135.0f, 135.5f, 224.5f, 225.0f, 225.5f, 314.9f,
+                                 315.0f, 315.5f, 359.5f, 1.0f,   17.0f,  133.0f, 222.5f};
+    for (int step = 0; step < 48; ++step) // every quarter-turn family, coarsely
+        angles.push_back(step * 7.5f);
     std::mt19937 rng(3);
-    for (const auto& size : kOddSizes) {
+    for (const auto& size : sizes) {
         Bitmap source(size[0], size[1]);
         source.Randomize(rng);
-        for (float angle : {0.0f, 1.0f, 17.0f, 44.9f, 45.0f, 45.5f, 90.0f, 133.0f, 180.0f, 222.5f,
-                            270.0f, 300.0f, 359.5f}) {
+        const PageEndCopy guarded(source.bytes);
+        for (float angle : angles) {
             RotationParams params = RotationFor(angle);
             RotatedSize out = RotatedSizeFor(source.width, source.height, params);
             Bitmap fast(out.width, out.height);
             fast.Randomize(rng);
-            Bitmap slow = fast;
-            Rotate(source.data(), source.width, source.height, fast.data(), fast.width, fast.height,
-                   params.angle, params.shear_a, params.shear_b, 0);
+            Bitmap scalar = fast, slow = fast;
+            Rotate(guarded.data(), source.width, source.height, fast.data(), fast.width,
+                   fast.height, params.angle, params.shear_a, params.shear_b, 0);
+            kernel::RotateWith(kernel::RotateLoop::kScalar, source.data(), source.width,
+                               source.height, scalar.data(), scalar.width, scalar.height,
+                               params.angle, params.shear_a, params.shear_b);
             reference::Rotate(source.data(), source.width, source.height, slow.data(), slow.width,
                               slow.height, params.angle, params.shear_a, params.shear_b, 0);
-            EXPECT_TRUE(SamePixels(fast, slow)) << angle << " " << size[0] << "x" << size[1];
+            ASSERT_TRUE(SamePixels(fast, slow)) << angle << " " << size[0] << "x" << size[1];
+            ASSERT_TRUE(SamePixels(scalar, slow)) << angle << " " << size[0] << "x" << size[1];
         }
     }
+
+    // Shears of a whole pixel per pixel, the most any caller uses, keep to the vector loop;
+    // far larger ones would overflow its 32-bit lanes (5 + 2^30 times 4 wraps to 20) and must
+    // take the 64-bit loop. Both match.
+    Bitmap source(16, 9);
+    source.Randomize(rng);
+    const std::pair<int, int> shears[] = {{65536, 65536},     {-65536, 65536},    {65536, -65536},
+                                          {5, (1 << 30) + 5}, {(1 << 30) + 5, 3}, {-(1 << 30), 7}};
+    for (const auto& [a, b] : shears) {
+        Bitmap fast(40, 24);
+        fast.Randomize(rng);
+        Bitmap slow = fast;
+        Rotate(source.data(), 16, 9, fast.data(), 40, 24, 10, a, b, 0);
+        reference::Rotate(source.data(), 16, 9, slow.data(), 40, 24, 10, a, b, 0);
+        EXPECT_TRUE(SamePixels(fast, slow)) << a << " " << b;
+    }
+
+#if defined(__x86_64__)
+    EXPECT_EQ(kernel::RotateHasAvx2(), __builtin_cpu_supports("avx2") != 0);
+#endif
 }
 
 TEST(KernelsMatchReference, ShadowAndMergeInEveryMode) {
@@ -343,6 +408,31 @@ TEST(Rotate, PositiveAnglesTurnClockwiseAndSizesFollowTheRules) {
     RotatedSize steep = RotatedSizeFor(40, 20, RotationFor(100.0f));
     EXPECT_GE(steep.width, 20);
     EXPECT_GE(steep.height, 40);
+}
+
+TEST(Rotate, TheVectorLoopTakesTheLargestPicturesAtAnyAngle) {
+    // Up to 3000 x 2000, turned any way or sheared up to a whole pixel per pixel, every sum
+    // stays within 32 bits, so such calls never fall back to the scalar loop.
+    for (const auto& [w, h] : {std::pair{3000, 2000}, {2000, 3000}, {3000, 1}, {1, 3000}}) {
+        for (float angle : {0.0f, 17.0f, 44.9f, 45.0f, 45.5f, 90.0f, 135.0f, 225.0f, 315.0f}) {
+            const RotationParams p = RotationFor(angle);
+            const RotatedSize size = RotatedSizeFor(w, h, p);
+            EXPECT_TRUE(kernel::RotateFitsInt32(w, h, size.width, size.height, p.angle, p.shear_a,
+                                                p.shear_b))
+                << w << "x" << h << " at " << angle;
+        }
+        for (int a : {-65536, 65536}) {
+            for (int b : {-65536, 65536}) {
+                const RotatedSize size = RotatedSizeFor(w, h, {10, a, b});
+                EXPECT_TRUE(kernel::RotateFitsInt32(w, h, size.width, size.height, 10, a, b))
+                    << w << "x" << h << " sheared " << a << " " << b;
+            }
+        }
+    }
+    // Beyond that the sums do leave 32 bits: 65536 * 100000 for the first.
+    EXPECT_FALSE(kernel::RotateFitsInt32(3000, 2000, 200000, 4000, 10, 0, 65536));
+    EXPECT_FALSE(kernel::RotateFitsInt32(16, 9, 40, 24, 10, 5, (1 << 30) + 5));
+    EXPECT_FALSE(kernel::RotateFitsInt32(16, 9, 40, 24, 10, (1 << 30) + 5, 3));
 }
 
 TEST(Kernels, SmallContracts) {
