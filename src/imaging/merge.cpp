@@ -17,7 +17,8 @@ using u16 = std::uint16_t;
 // The weighted mix, 32 bytes at a time, with one multiply-add per 16 results instead of two
 // multiplies: source and destination bytes are interleaved, shifted into signed range, and
 // multiplied by the interleaved weights (a, 255 - a). Adding 255 * 128 back, plus the 128 of
-// the rounding, gives exactly what fixed::Mix computes.
+// the rounding, gives t = s * a + d * (255 - a) + 128; the high half of t * 257 is then
+// exactly what fixed::Mix computes, (t + (t >> 8)) >> 8, for every t up to 255 * 255 + 128.
 __attribute__((target("avx2"))) inline __m256i Mix32(__m256i s, __m256i d, __m256i weights_lo,
                                                      __m256i weights_hi) {
     const __m256i flip = _mm256_set1_epi8(static_cast<char>(0x80));
@@ -26,10 +27,9 @@ __attribute__((target("avx2"))) inline __m256i Mix32(__m256i s, __m256i d, __m25
     d = _mm256_xor_si256(d, flip);
     __m256i lo = _mm256_maddubs_epi16(weights_lo, _mm256_unpacklo_epi8(s, d));
     __m256i hi = _mm256_maddubs_epi16(weights_hi, _mm256_unpackhi_epi8(s, d));
-    lo = _mm256_add_epi16(lo, bias);
-    hi = _mm256_add_epi16(hi, bias);
-    lo = _mm256_srli_epi16(_mm256_add_epi16(lo, _mm256_srli_epi16(lo, 8)), 8);
-    hi = _mm256_srli_epi16(_mm256_add_epi16(hi, _mm256_srli_epi16(hi, 8)), 8);
+    const __m256i by257 = _mm256_set1_epi16(257);
+    lo = _mm256_mulhi_epu16(_mm256_add_epi16(lo, bias), by257);
+    hi = _mm256_mulhi_epu16(_mm256_add_epi16(hi, bias), by257);
     return _mm256_packus_epi16(lo, hi);
 }
 
