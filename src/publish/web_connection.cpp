@@ -10,6 +10,12 @@
 
 namespace tess {
 
+namespace {
+
+constexpr std::size_t kReadChunk = 4096;
+
+} // namespace
+
 // The socket and everything a pending operation may still touch. Handlers hold it, so it
 // outlives the member's interest in it; `owner` is cleared when the member lets go, and a
 // handler that finds it cleared does nothing.
@@ -18,7 +24,7 @@ struct WebConnection::Io {
 
     asio::ip::tcp::socket socket;
     WebConnection* owner;
-    std::array<char, 4096> input{};
+    std::array<char, kReadChunk> input{};
     ResponseSender sender;
 };
 

@@ -20,9 +20,8 @@ bool WriteAll(int fd, std::span<const std::uint8_t> bytes) {
 
 } // namespace
 
-WebPicture::WebPicture(std::vector<std::uint8_t> bytes) : buffer_(std::move(bytes)) {
-    data_ = buffer_.data();
-    size_ = buffer_.size();
+WebPicture::WebPicture(std::vector<std::uint8_t> bytes)
+    : buffer_(std::move(bytes)), size_(buffer_.size()) {
     if (size_ > 0 && MoveIntoFile()) std::vector<std::uint8_t>().swap(buffer_);
 }
 
@@ -43,7 +42,6 @@ bool WebPicture::MoveIntoFile() {
     }
     fd_ = fd;
     map_ = map;
-    data_ = static_cast<const std::uint8_t*>(map);
     return true;
 }
 

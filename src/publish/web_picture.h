@@ -21,7 +21,10 @@ public:
     WebPicture(const WebPicture&) = delete;
     WebPicture& operator=(const WebPicture&) = delete;
 
-    std::span<const std::uint8_t> Bytes() const { return {data_, size_}; }
+    std::span<const std::uint8_t> Bytes() const {
+        if (!map_) return buffer_;
+        return {static_cast<const std::uint8_t*>(map_), size_};
+    }
     std::size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
     // The in-memory file holding the bytes from offset 0; -1 when they are only in memory.
@@ -31,10 +34,9 @@ private:
     bool MoveIntoFile();
 
     std::vector<std::uint8_t> buffer_; // the bytes, when no file holds them
-    const std::uint8_t* data_ = nullptr;
     std::size_t size_ = 0;
     int fd_ = -1;
-    void* map_ = nullptr;
+    void* map_ = nullptr; // the file's bytes, mapped
 };
 
 // Shared by the cache and every response still sending it, so a new encoding never pulls

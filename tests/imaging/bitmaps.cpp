@@ -2,6 +2,7 @@
 
 #include "support/temp_dir.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
@@ -101,6 +102,24 @@ void FillSmooth(DIB& dib) {
                       static_cast<std::uint8_t>(255.0 * y / h)});
         }
     }
+}
+
+DIB Solid(int width, int height, std::uint32_t color) {
+    DIB dib(width, height);
+    dib.Clear(color);
+    return dib;
+}
+
+Box LitBox(const DIB& dib) {
+    Box box;
+    for (int y = 0; y < dib.Height(); ++y) {
+        for (int x = 0; x < dib.Width(); ++x) {
+            if (PixelAt(dib, x, y) == Bgr{}) continue;
+            box.left = std::min(box.left, x), box.right = std::max(box.right, x);
+            box.top = std::min(box.top, y), box.bottom = std::max(box.bottom, y);
+        }
+    }
+    return box;
 }
 
 } // namespace tess::test

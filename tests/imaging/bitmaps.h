@@ -34,6 +34,16 @@ bool ReadPpm(const std::string& path, DIB& dib);
 // Writes a DIB as a binary PPM, the format every image program reads.
 void WritePpm(const std::string& path, const DIB& dib);
 
+// A bitmap of one colour, given as the kernels take it (0x00BBGGRR).
+DIB Solid(int width, int height, std::uint32_t color);
+
+// The bounding box of the pixels that are not black: where a merge drew.
+struct Box {
+    int left = 1 << 30, top = 1 << 30, right = -1, bottom = -1;
+    bool operator==(const Box&) const = default;
+};
+Box LitBox(const DIB& dib);
+
 // A smooth picture (gradients and soft shapes) that a lossy codec keeps well.
 void FillSmooth(DIB& dib);
 

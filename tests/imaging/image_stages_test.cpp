@@ -20,34 +20,13 @@ namespace tess {
 namespace {
 
 using test::Bgr;
+using test::Box;
+using test::LitBox;
 using test::PixelAt;
-
-DIB Solid(int width, int height, std::uint32_t color) {
-    DIB dib(width, height);
-    dib.Clear(color);
-    return dib;
-}
+using test::Solid;
 
 std::string AsString(const std::vector<std::uint8_t>& bytes) {
     return {bytes.begin(), bytes.end()};
-}
-
-struct Box {
-    int left = 1 << 30, top = 1 << 30, right = -1, bottom = -1;
-    bool operator==(const Box&) const = default;
-};
-
-// The bounding box of the pixels that are not black.
-Box LitBox(const DIB& dib) {
-    Box box;
-    for (int y = 0; y < dib.Height(); ++y) {
-        for (int x = 0; x < dib.Width(); ++x) {
-            if (PixelAt(dib, x, y) == Bgr{}) continue;
-            box.left = std::min(box.left, x), box.right = std::max(box.right, x);
-            box.top = std::min(box.top, y), box.bottom = std::max(box.bottom, y);
-        }
-    }
-    return box;
 }
 
 TEST(ImageStages, AnOpacityFileWeighsOnlyPerPixelAndIsStretchedToTheItem) {

@@ -11,14 +11,11 @@ namespace tess {
 namespace {
 
 using test::Bgr;
+using test::Box;
+using test::LitBox;
 using test::PixelAt;
+using test::Solid;
 using test::TempDir;
-
-DIB Solid(int width, int height, std::uint32_t color) {
-    DIB dib(width, height);
-    dib.Clear(color);
-    return dib;
-}
 
 std::string Bytes(const std::vector<std::uint8_t>& v) {
     return {v.begin(), v.end()};
@@ -121,22 +118,6 @@ TEST(Image, AnchorOffsetsMatchHandComputedValues) {
         EXPECT_EQ(none.x[k] | none.y[k], 0);
 }
 
-// Where the drawn pixels of a merge end up: the bounding box of non-black pixels.
-struct Box {
-    int left = 1 << 30, top = 1 << 30, right = -1, bottom = -1;
-};
-Box DrawnBox(const DIB& dib) {
-    Box box;
-    for (int y = 0; y < dib.Height(); ++y) {
-        for (int x = 0; x < dib.Width(); ++x) {
-            if (PixelAt(dib, x, y) == Bgr{}) continue;
-            box.left = std::min(box.left, x), box.right = std::max(box.right, x);
-            box.top = std::min(box.top, y), box.bottom = std::max(box.bottom, y);
-        }
-    }
-    return box;
-}
-
 TEST(Image, RotationSwapsSidesAndKeepsTheAlignedPointInPlace) {
     Image image;
     image.SetPictureType(kPictureVideoFeed);
@@ -152,7 +133,7 @@ TEST(Image, RotationSwapsSidesAndKeepsTheAlignedPointInPlace) {
         image.SetAlignment(kCenter);
         DIB canvas(200, 160);
         image.MergeImageTo(canvas, 80, 60); // centre of the unrotated item: (100, 70)
-        Box box = DrawnBox(canvas);
+        Box box = LitBox(canvas);
         EXPECT_NEAR((box.left + box.right) / 2.0, 100, 1.5) << angle;
         EXPECT_NEAR((box.top + box.bottom) / 2.0, 70, 1.5) << angle;
 
@@ -161,7 +142,7 @@ TEST(Image, RotationSwapsSidesAndKeepsTheAlignedPointInPlace) {
         image.MergeImageTo(again, 80, 60);
         // The top-left corner stays at (80, 60), give or take a pixel, and being the top of
         // the item after a clockwise turn of up to 90 degrees, it is the top of the drawing.
-        box = DrawnBox(again);
+        box = LitBox(again);
         bool near = false;
         for (int dy = -1; dy <= 1; ++dy) {
             for (int dx = -1; dx <= 1; ++dx)
@@ -288,7 +269,7 @@ TEST(Image, OwnerDrawnSourcesKeepTheirOpacityThroughRotation) {
     text.SetAlignment(kCenter);
     DIB turned(60, 60);
     text.MergeImageTo(turned, 10, 10);
-    Box box = DrawnBox(turned);
+    Box box = LitBox(turned);
     // A 20 x 4 bar turned 45 degrees: about 17 pixels each way, centred on (25, 15). The
     // corners of the rotated bitmap stay clear.
     EXPECT_NEAR(box.right - box.left, 17, 3);
