@@ -2,6 +2,7 @@
 // decoder must return a status without crashing, leaking or taking giant allocations, and
 // what it accepts must be a whole picture.
 
+#include "imaging/blit.h"
 #include "imaging/jpeg.h"
 #include "imaging/picture_decoders.h"
 
@@ -11,7 +12,9 @@
 namespace {
 
 tess::PictureStatus Decode(tess::Bytes bytes, tess::DIB& pixels, tess::DIB& opacity) {
-#if defined(TESS_FUZZ_JPEG)
+#if defined(TESS_FUZZ_ANY)
+    return tess::DecodePicture(bytes, pixels, opacity); // a URL's answer, whatever it holds
+#elif defined(TESS_FUZZ_JPEG)
     (void)opacity;
     return tess::DecodeJpegIntoDIB(bytes, pixels) ? tess::PictureStatus::Ok
                                                   : tess::PictureStatus::Corrupt;
@@ -33,5 +36,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     unsigned sum = 0;
     for (int y = 0; y < pixels.Height(); ++y)
         sum += pixels.scanline(y)[pixels.Width() * 3 - 1];
+#if defined(TESS_FUZZ_ANY)
+    // What an item does next with a downloaded picture: fitted to its size both ways.
+    for (auto mode : {tess::StretchMode::ColorOnColor, tess::StretchMode::Halftone}) {
+        tess::DIB fitted(97, 61);
+        tess::StretchCopy(fitted, pixels, mode);
+        if (opacity.HasBitmap()) tess::StretchCopy(fitted, opacity, mode);
+    }
+#endif
     return static_cast<int>(sum & 0);
 }

@@ -1,7 +1,11 @@
 #include "app/app_setup.h"
 
+#include "base/log.h"
+#include "imaging/picture_decoders.h"
 #include "settings/ini.h"
 #include "settings/numbers.h"
+
+#include <algorithm>
 
 namespace tess {
 
@@ -28,6 +32,19 @@ void LoadSetup(INI& ini, AppSettings& s) {
     // Optional: a file without them stays as it is.
     s.WallpaperFolder = ini.GetKey("Wallpaper", "Folder", WriteDefault::No, "");
     s.WallpaperCommand = ini.GetKey("Wallpaper", "ApplyCommand", WriteDefault::No, "");
+    const std::string pixels = ini.GetKey("Limits", "MaxPicturePixels", WriteDefault::No, "");
+    if (!pixels.empty()) {
+        const double value = Str2DblNI(pixels);
+        if (value >= 1) {
+            s.MaxPicturePixels = static_cast<std::int64_t>(std::min(value, 1e15));
+        } else {
+            LogWarning("settings file '{}': [Limits] MaxPicturePixels={} is not a number of "
+                       "pixels; {} is used",
+                       ini.File(), pixels, s.MaxPicturePixels);
+        }
+    }
+    // One limit for the whole program, in force before any picture is read.
+    SetMaxPicturePixels(s.MaxPicturePixels);
 }
 
 void SaveSetup(INI& ini, const AppSettings& s) {

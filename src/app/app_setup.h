@@ -3,6 +3,8 @@
 // The application settings kept in Tessarolle.INI, section "General", and the start-up plan
 // of the main window that they describe.
 
+#include "imaging/picture_decoders.h"
+
 #include <cstdint>
 #include <string>
 
@@ -28,6 +30,8 @@ struct AppSettings {
     // (empty: the data folder) and the command that shows them (empty: found on the machine).
     std::string WallpaperFolder;
     std::string WallpaperCommand;
+    // Section "Limits", read only when present: the most pixels a picture file may have.
+    std::int64_t MaxPicturePixels = kDefaultMaxPicturePixels;
 };
 
 void LoadSetup(INI& ini, AppSettings& settings);

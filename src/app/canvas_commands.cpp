@@ -53,12 +53,6 @@ bool SaveCanvasFile(UserInterface& ui, Canvas& canvas) {
     return ok;
 }
 
-void DeleteFile(const std::string& path) {
-    std::error_code ec;
-    std::filesystem::remove(path, ec);
-    if (ec) LogWarning("could not delete '{}' before saving over it: {}", path, ec.message());
-}
-
 } // namespace
 
 bool CanvasNew(Application& app) {
@@ -119,7 +113,6 @@ bool CanvasSaveAsProc(Application& app, int slot, bool new_canvas) {
     const std::string chosen = ui.SaveFileDialog(dialog).value_or("");
     std::error_code ec;
     const bool exists = !chosen.empty() && std::filesystem::exists(PathFromSettings(chosen), ec);
-    if (exists && !new_canvas) DeleteFile(PathFromSettings(chosen));
     if (exists && new_canvas) {
         ui.ShowMessage("This file already exists.  To open an existing file, select \"Open "
                        "Canvas\" instead.",
@@ -135,7 +128,13 @@ bool CanvasSaveAsProc(Application& app, int slot, bool new_canvas) {
     canvas.SetFileName(chosen);
     ui.ShowStatus("Saving...");
     if (new_canvas) canvas.LoadFile(); // a file that does not exist gives all the defaults
+    // A file saved over holds only this canvas afterwards. It is replaced in one step, never
+    // deleted first: a crash part way leaves the old file or the new one.
+    INI target(PathFromSettings(chosen));
+    IniBatch whole(target);
+    if (exists) target.StartAfresh();
     bool ok = canvas.SaveFile();
+    ok = whole.Commit() && ok;
     ui.HideStatus();
     if (!ok) ReportSaveFailure(ui, chosen);
     return ok;

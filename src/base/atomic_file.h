@@ -19,6 +19,12 @@ enum class Durability { Synced, Unsynced };
 bool WriteFileAtomic(const std::string& path, std::string_view bytes, std::string* error = nullptr,
                      Durability durability = Durability::Synced);
 
+// Removes the temporary files that saves into `file`'s folder left when their process was
+// killed ("name.tmp<pid>.<n>" of processes no longer running). Saves call it themselves.
+void RemoveLeftoverTemporaries(const std::string& file);
+
+// Reads a regular file whole; anything else (a FIFO, a device, a folder) is refused without
+// waiting on it, as Unreadable with the reason.
 enum class ReadStatus { Ok, Missing, Unreadable, TooLarge };
 
 ReadStatus ReadWholeFile(const std::string& path, std::string& out, std::size_t max_bytes,

@@ -2,7 +2,9 @@
 
 #include "base/log.h"
 
-#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tess {
 
@@ -10,13 +12,15 @@ void AppendErrorsTxt(std::string_view module, std::string_view procedure, int li
                      std::string_view values) {
     std::string text = fmt::format("Error {} (Sub {} ), Time={}, Line={}, Values={}\r\n", module,
                                    procedure, WallClockText(), line, values);
-    std::FILE* file = std::fopen("errors.txt", "ab");
-    if (!file) {
+    // Non-blocking and regular files only: a FIFO named errors.txt must not stop the program.
+    const int fd =
+        ::open("errors.txt", O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
+    struct stat info {};
+    if (fd < 0 || ::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) ||
+        ::write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
         LogWarning("cannot append to errors.txt: {}", text);
-        return;
     }
-    std::fwrite(text.data(), 1, text.size(), file);
-    std::fclose(file);
+    if (fd >= 0) ::close(fd);
 }
 
 } // namespace tess

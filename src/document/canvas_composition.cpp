@@ -21,11 +21,11 @@ namespace {
 // Items are drawn at their location less what their source adds (a text's origin); their
 // shadows at the shadow offset from there.
 int ShadowX(CanvasItem& item) {
-    return item.DrawX() + item.ShadowOffsetX();
+    return ClampPosition(std::int64_t{item.DrawX()} + item.ShadowOffsetX());
 }
 
 int ShadowY(CanvasItem& item) {
-    return item.DrawY() + item.ShadowOffsetY();
+    return ClampPosition(std::int64_t{item.DrawY()} + item.ShadowOffsetY());
 }
 
 // Whether an item takes part in drawing `layer` of this pass.

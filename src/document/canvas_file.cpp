@@ -24,6 +24,20 @@ constexpr const char* kWebServer = "WebServer";
 // No real server: users replace it with their own.
 constexpr const char* kExampleFTPServer = "ftp.example.com";
 
+// A file that is there but holds nothing of a canvas (emptied, truncated, another kind of
+// file) is filled with the defaults like a missing one; the user hears of it.
+void WarnIfNoCanvasIn(INI& ini, const std::string& path) {
+    std::error_code ec; // missing and unreadable files have messages of their own
+    if (!std::filesystem::is_regular_file(path, ec)) return;
+    for (const char* key : {"Name", "Width", "Height"}) {
+        if (!ini.GetKey(kGeneral, key, WriteDefault::No, "").empty()) return;
+    }
+    const bool empty = std::filesystem::file_size(path, ec) == 0 && !ec;
+    LogWarning("canvas file '{}' {}: it has no [General] Name, Width or Height; the canvas takes "
+               "the defaults, which are written back to it",
+               path, empty ? "is empty" : "holds no canvas settings");
+}
+
 } // namespace
 
 bool Canvas::LoadFile(FileAccess access) {
@@ -36,6 +50,7 @@ bool Canvas::LoadFile(FileAccess access) {
     writes_ok_ = true;
     {
         IniBatch batch(ini_);
+        WarnIfNoCanvasIn(ini_, path);
         LoadGeneral();
         LoadCapture();
         LoadBackgroundOutput();

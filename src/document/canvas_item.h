@@ -4,6 +4,7 @@
 // how (opacity, rotation, shadow), how often it is refreshed and in which daily window.
 
 #include "imaging/image.h"
+#include "imaging/position.h"
 #include "settings/limit.h"
 #include "time/schedule.h"
 
@@ -114,8 +115,8 @@ public:
     // Settings changed since they were last given to the Image.
     bool SettingsChanged() const { return synced_revision_ != revision_; }
     // Where the finished picture is placed: the location, less what the source adds.
-    virtual int DrawX() const { return location_x_; }
-    virtual int DrawY() const { return location_y_; }
+    virtual int DrawX() const { return ClampPosition(location_x_); }
+    virtual int DrawY() const { return ClampPosition(location_y_); }
 
 protected:
     // Gives the Image every setting the items share, and notes the revision given.

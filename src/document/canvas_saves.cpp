@@ -112,19 +112,24 @@ void Canvas::SaveFixed(const std::vector<std::uint8_t>& jpeg) {
     }
 }
 
-// The numbered scheme keeps its next number in the canvas file at once, so that a crash
-// never makes it write over pictures it wrote before.
+// The numbered scheme keeps its next number in the canvas file before the picture is written,
+// so that a crash between the two leaves a gap in the numbers, never a picture written over
+// by the next run.
 void Canvas::SaveSequential(const std::vector<std::uint8_t>& jpeg, double now) {
     if (jpeg.empty()) return;
-    const std::string path =
-        SequentialFileName(sequential_directory_, sequential_type_, now, sequential_number_);
+    const std::int32_t number = sequential_number_;
+    std::string path = SequentialFileName(sequential_directory_, sequential_type_, now, number);
+    if (sequential_type_ != kSequentialNumbered) path = UnusedTimeStampedName(path);
+    if (sequential_type_ == kSequentialNumbered) {
+        sequential_number_ = number >= kMaxSequentialNumber ? 0 : number + 1;
+        if (!file_name_.empty()) {
+            ini_.SetFile(PathFromSettings(file_name_));
+            if (!ini_.SetKey("Capture", "SequentialNumber", CStrNI(sequential_number_)))
+                LogWarning("canvas file '{}': the next sequential number could not be kept",
+                           file_name_);
+        }
+    }
     WriteOutputFile(path, jpeg, "sequential file");
-    if (sequential_type_ != kSequentialNumbered) return;
-    sequential_number_ = sequential_number_ >= kMaxSequentialNumber ? 0 : sequential_number_ + 1;
-    if (file_name_.empty()) return;
-    ini_.SetFile(PathFromSettings(file_name_));
-    if (!ini_.SetKey("Capture", "SequentialNumber", CStrNI(sequential_number_)))
-        LogWarning("canvas file '{}': the next sequential number could not be kept", file_name_);
 }
 
 } // namespace tess

@@ -70,6 +70,22 @@ std::string SequentialFileName(std::string_view directory, std::int32_t naming, 
                        in_day % 100);
 }
 
+std::string UnusedTimeStampedName(const std::string& path) {
+    constexpr std::size_t kTail = 6; // "NN.jpg"
+    std::error_code ec;
+    if (path.size() < kTail || !fs::exists(path, ec)) return path;
+    const std::size_t at = path.size() - kTail;
+    const int hundredths = (path[at] - '0') * 10 + (path[at + 1] - '0');
+    std::string candidate = path;
+    for (int step = 1; step < 100; ++step) {
+        const int field = (hundredths + step) % 100;
+        candidate[at] = static_cast<char>('0' + field / 10);
+        candidate[at + 1] = static_cast<char>('0' + field % 10);
+        if (!fs::exists(candidate, ec)) return candidate;
+    }
+    return path; // a hundred pictures in one second of wall-clock time: the last one stays
+}
+
 void WriteOutputFile(const std::string& path, std::span<const std::uint8_t> bytes,
                      std::string_view what) {
     MakeParentFolder(path, what);

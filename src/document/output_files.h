@@ -35,6 +35,11 @@ std::string CascadeFileName(std::string_view fixed_file, int index);
 std::string SequentialFileName(std::string_view directory, std::int32_t naming, double now,
                                std::int32_t number);
 
+// A time-stamped sequential name that no file has yet. When the clock repeats a time (the
+// hour the autumn change repeats, a clock set back), the name is taken already; its
+// hundredths field then counts on to the first value free, so both pictures are kept.
+std::string UnusedTimeStampedName(const std::string& path);
+
 // Writes `bytes` to `path` atomically, creating missing folders. A failure raises an error
 // that names the file and the reason; `what` says which output it was ("fixed file").
 void WriteOutputFile(const std::string& path, std::span<const std::uint8_t> bytes,

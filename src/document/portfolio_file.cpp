@@ -28,6 +28,21 @@ std::string FeedKey(int index, std::string_view name) {
     return fmt::format("Feed{}{}", index, name);
 }
 
+// A portfolio file that is there but holds none of a portfolio's sections runs with no
+// canvases; the user hears why.
+void WarnIfNoPortfolioIn(INI& ini, const std::string& path) {
+    std::error_code ec; // missing and unreadable files have messages of their own
+    if (!std::filesystem::is_regular_file(path, ec)) return;
+    if (!ini.GetKey(kWebServer, "Port", WriteDefault::No, "").empty()) return;
+    for (int slot = 1; slot <= Portfolio::kCanvasSlots; ++slot) {
+        if (!ini.GetKey(CanvasSection(slot), "FileName", WriteDefault::No, "").empty()) return;
+    }
+    const bool empty = std::filesystem::file_size(path, ec) == 0 && !ec;
+    LogWarning("portfolio file '{}' {}: it names no canvas ([Canvas01] to [Canvas20]) and has no "
+               "[WebServer] Port; it runs with no canvases and the defaults are written back to it",
+               path, empty ? "is empty" : "holds no portfolio settings");
+}
+
 } // namespace
 
 void Portfolio::LoadFile() {
@@ -38,6 +53,7 @@ void Portfolio::LoadFile() {
     ini_.SetFile(path);
     {
         IniBatch batch(ini_);
+        WarnIfNoPortfolioIn(ini_, path);
         LoadKarvell();
         LoadCanvases();
         LoadVideoFeeds();

@@ -50,8 +50,12 @@ public:
     // Draws the expanded text into the item's Image when the text or a setting changed;
     // true when the picture changed.
     bool UpdateImage(TextRenderer& renderer);
-    int DrawX() const override { return LocationX() - drawing_.Origin().x; }
-    int DrawY() const override { return LocationY() - drawing_.Origin().y; }
+    int DrawX() const override {
+        return ClampPosition(std::int64_t{LocationX()} - drawing_.Origin().x);
+    }
+    int DrawY() const override {
+        return ClampPosition(std::int64_t{LocationY()} - drawing_.Origin().y);
+    }
 
 private:
     std::string text_;

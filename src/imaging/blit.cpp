@@ -11,8 +11,10 @@ namespace tess {
 void CopyRect(DIB& dst, int dst_x, int dst_y, const DIB& src, int src_x, int src_y, int width,
               int height) {
     if (!dst.HasBitmap() || !src.HasBitmap()) return;
-    // Clip against the source, then the destination, moving both corners together.
-    auto clip = [](int& from, int& to, int& length, int limit_from, int limit_to) {
+    // Clip against the source, then the destination, moving both corners together; in 64 bits,
+    // since a corner may be anywhere in the 32-bit range.
+    auto clip = [](std::int64_t& from, std::int64_t& to, std::int64_t& length,
+                   std::int64_t limit_from, std::int64_t limit_to) {
         if (from < 0) {
             to -= from;
             length += from;
@@ -25,13 +27,14 @@ void CopyRect(DIB& dst, int dst_x, int dst_y, const DIB& src, int src_x, int src
         }
         length = std::min({length, limit_from - from, limit_to - to});
     };
-    clip(src_x, dst_x, width, src.Width(), dst.Width());
-    clip(src_y, dst_y, height, src.Height(), dst.Height());
-    if (width <= 0 || height <= 0) return;
-    const std::size_t bytes = static_cast<std::size_t>(width) * 3;
-    for (int row = 0; row < height; ++row)
-        std::memcpy(dst.scanline(dst_y + row) + dst_x * 3, src.scanline(src_y + row) + src_x * 3,
-                    bytes);
+    std::int64_t sx = src_x, dx = dst_x, w = width, sy = src_y, dy = dst_y, h = height;
+    clip(sx, dx, w, src.Width(), dst.Width());
+    clip(sy, dy, h, src.Height(), dst.Height());
+    if (w <= 0 || h <= 0) return;
+    const std::size_t bytes = static_cast<std::size_t>(w) * 3;
+    for (std::int64_t row = 0; row < h; ++row)
+        std::memcpy(dst.scanline(static_cast<int>(dy + row)) + dx * 3,
+                    src.scanline(static_cast<int>(sy + row)) + sx * 3, bytes);
 }
 
 namespace {

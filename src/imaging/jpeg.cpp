@@ -48,6 +48,14 @@ bool IsJpegFileName(std::string_view name) {
     return upper.ends_with(".JPG") || upper.ends_with(".JPEG");
 }
 
+bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height) {
+    tjhandle handle = ThreadDecompressor().Handle();
+    int subsampling = 0, colorspace = 0;
+    return handle && !bytes.empty() &&
+           tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
+                               &colorspace) == 0;
+}
+
 bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
     tjhandle handle = ThreadDecompressor().Handle();
     if (!handle || bytes.empty()) return false;

@@ -29,6 +29,8 @@ bool IsJpegFileName(std::string_view name);
 // into a spare DIB and swap.
 JpegResult LoadJpegIntoDIB(std::string_view file_name, DIB& dib);
 
+// The picture's size from its header alone; false when there is no readable header.
+bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height);
 // Decodes JPEG bytes into `dib`; false for anything the codec refuses or a size beyond the
 // DIB limits (checked before any pixel memory is taken).
 bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib);

@@ -182,10 +182,17 @@ void Merge(std::uint8_t* destination, int destination_width, int destination_hei
         return;
     const u16 level = static_cast<u16>(std::clamp(opacity_level, 0, 255));
     if (level == 0) return; // nothing to draw in any mode
-    // Clip to the columns and rows of the source that land inside the destination.
-    const int first_x = std::max(0, -x), last_x = std::min(source_width, destination_width - x);
-    const int first_y = std::max(0, -y), last_y = std::min(source_height, destination_height - y);
-    if (first_x >= last_x || first_y >= last_y) return;
+    // Clip to the columns and rows of the source that land inside the destination, in 64 bits:
+    // a position may be anywhere in the 32-bit range.
+    const std::int64_t x64 = x, y64 = y;
+    const std::int64_t first_x64 = std::max<std::int64_t>(0, -x64);
+    const std::int64_t last_x64 = std::min<std::int64_t>(source_width, destination_width - x64);
+    const std::int64_t first_y64 = std::max<std::int64_t>(0, -y64);
+    const std::int64_t last_y64 = std::min<std::int64_t>(source_height, destination_height - y64);
+    if (first_x64 >= last_x64 || first_y64 >= last_y64) return;
+    // Past the test every bound lies within the source, and x + first_x within the destination.
+    const int first_x = static_cast<int>(first_x64), last_x = static_cast<int>(last_x64);
+    const int first_y = static_cast<int>(first_y64), last_y = static_cast<int>(last_y64);
 
     int mode = opacity_mode;
     if (mode < kOpacityAdditive || mode > kOpacityPerPixel) mode = kOpacityMerge;

@@ -2,6 +2,7 @@
 
 #include "imaging/jpeg.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace tess {
@@ -23,14 +24,29 @@ const char* PictureStatusText(PictureStatus status) {
     case PictureStatus::Corrupt:
         return "damaged or truncated picture file";
     case PictureStatus::TooLarge:
-        return "picture too large";
+        return "picture too large (more pixels than MaxPicturePixels in Tessarolle.INI allows)";
     }
     return "unknown";
 }
 
+namespace {
+// One value for the whole program, set at start-up before any picture is read.
+std::int64_t max_picture_pixels = kDefaultMaxPicturePixels;
+} // namespace
+
+std::int64_t MaxPicturePixels() {
+    return max_picture_pixels;
+}
+
+void SetMaxPicturePixels(std::int64_t pixels) {
+    max_picture_pixels = std::clamp<std::int64_t>(pixels, 1, DIB::kMaxPixels);
+}
+
 PictureStatus CheckDeclaredSize(std::int64_t width, std::int64_t height) {
     if (width <= 0 || height <= 0) return PictureStatus::Empty;
-    return DIB::SizeAllowed(width, height) ? PictureStatus::Ok : PictureStatus::TooLarge;
+    return DIB::SizeAllowed(width, height) && width * height <= max_picture_pixels
+               ? PictureStatus::Ok
+               : PictureStatus::TooLarge;
 }
 
 PictureStatus CheckDeclaredSize(std::int64_t width, std::int64_t height, std::size_t file_bytes,
@@ -80,6 +96,12 @@ PictureStatus DecodePicture(Bytes file, DIB& pixels, DIB& opacity) {
     if (starts("BM")) return DecodeBmp(file, pixels, opacity);
     if (starts("\xFF\xD8")) {
         opacity.SetWidthHeight(0, 0);
+        // Checked before decoding: a progressive file takes memory for the whole picture's
+        // coefficients even when it turns out to be cut short.
+        int width = 0, height = 0;
+        if (!JpegSize(file, width, height)) return PictureStatus::Corrupt;
+        if (PictureStatus size = CheckDeclaredSize(width, height); size != PictureStatus::Ok)
+            return size;
         return DecodeJpegIntoDIB(file, pixels) ? PictureStatus::Ok : PictureStatus::Corrupt;
     }
     return PictureStatus::UnknownFormat;

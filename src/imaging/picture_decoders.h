@@ -21,8 +21,16 @@ enum class PictureStatus {
     UnknownFormat, // not PNG, GIF, WebP, BMP or JPEG
     Unsupported,   // a variant of a known format that we do not read (such as RLE bitmaps)
     Corrupt,       // damaged or truncated
-    TooLarge,      // more pixels than a DIB may hold
+    TooLarge,      // more pixels than MaxPicturePixels allows
 };
+
+// The most pixels a picture file may have. Each full-size copy of a picture takes three bytes
+// a pixel, so the default (32 million, a 6960 x 4640 photograph: 96 MB a copy) leaves a
+// 2 GB machine room for the copies an item keeps; Tessarolle.INI's MaxPicturePixels changes
+// it for the whole program, up to what a bitmap may hold.
+inline constexpr std::int64_t kDefaultMaxPicturePixels = 32'000'000;
+std::int64_t MaxPicturePixels();
+void SetMaxPicturePixels(std::int64_t pixels);
 
 const char* PictureStatusText(PictureStatus status);
 

@@ -35,6 +35,9 @@ public:
     // header cannot hold a member.
     double LastProgressTime() const { return last_progress_time_; }
 
+    // The client's address ("127.0.0.1") while in use.
+    const std::string& Address() const { return address_; }
+
     // Copied from the server when the member is taken.
     const std::string& WebPath() const { return web_path_; }
     void SetWebPath(std::string value) { web_path_ = std::move(value); }

@@ -83,7 +83,9 @@ void WebListener::AcceptNext() {
 // connection is closed unanswered.
 void WebListener::Socket_ConnectionRequest(asio::ip::tcp::socket socket) {
     double now = server_->Now();
-    WebConnection* member = MemberFor(now);
+    std::error_code ec;
+    const auto peer = socket.remote_endpoint(ec);
+    WebConnection* member = MemberFor(now, ec ? std::string() : peer.address().to_string());
     if (!member) {
         std::error_code ignored;
         socket.close(ignored);
@@ -94,7 +96,11 @@ void WebListener::Socket_ConnectionRequest(asio::ip::tcp::socket socket) {
     member->TakeConnection(std::move(socket), now);
 }
 
-WebConnection* WebListener::MemberFor(double now) {
+WebConnection* WebListener::MemberFor(double now, const std::string& address) {
+    if (WebConnection* own = OwnOldestOverShare(address)) {
+        own->ForceClose();
+        return own;
+    }
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
         if (member.State() == WebConnection::kFree) return &member;
@@ -107,6 +113,20 @@ WebConnection* WebListener::MemberFor(double now) {
         }
     }
     return nullptr;
+}
+
+// The member this client has held longest, when it holds its whole share already.
+WebConnection* WebListener::OwnOldestOverShare(const std::string& address) {
+    if (address.empty()) return nullptr;
+    int held = 0;
+    WebConnection* oldest = nullptr;
+    for (int i = 0; i < WebServer::kPoolSize; ++i) {
+        WebConnection& member = server_->Connection(i);
+        if (member.State() != WebConnection::kInUse || member.Address() != address) continue;
+        ++held;
+        if (!oldest || member.LastActivityTime() < oldest->LastActivityTime()) oldest = &member;
+    }
+    return held >= WebServer::kMaxPerClient ? oldest : nullptr;
 }
 
 void WebListener::ScheduleSweep() {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <system_error>
 
 #include <asio/ip/tcp.hpp>
@@ -30,7 +31,8 @@ public:
 private:
     void AcceptNext();
     void Socket_ConnectionRequest(asio::ip::tcp::socket socket);
-    WebConnection* MemberFor(double now);
+    WebConnection* MemberFor(double now, const std::string& address);
+    WebConnection* OwnOldestOverShare(const std::string& address);
     void ScheduleSweep();
     void SweepIdle();
 

@@ -51,6 +51,10 @@ bool INI::DeleteSection(std::string_view section) {
     return file_ && file_->RemoveSection(section);
 }
 
+void INI::StartAfresh() {
+    if (file_) file_->StartAfresh();
+}
+
 void INI::SetReadOnly() {
     if (file_) file_->SetReadOnly();
 }

@@ -30,6 +30,9 @@ public:
     bool SetKey(std::string_view section, std::string_view key, std::string_view value);
     // Removes a whole section; false when the file could not be written.
     bool DeleteSection(std::string_view section);
+    // Forgets what the file holds, so that it is written whole from what is set next: within
+    // a batch, the old file is replaced in one step when the batch ends.
+    void StartAfresh();
     // Keeps every later write of this file in memory (see IniFile::SetReadOnly).
     void SetReadOnly();
 

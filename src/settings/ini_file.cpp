@@ -37,6 +37,8 @@ void IniFile::Refresh() {
                    path_);
         return;
     }
+    // The first look at a settings file also clears what killed saves of it left behind.
+    if (!loaded_) RemoveLeftoverTemporaries(path_);
     loaded_ = true;
     stamp_ = now;
     unreadable_ = false;
@@ -87,6 +89,15 @@ bool IniFile::Flush() {
     dirty_ = false;
     stamp_ = FileStamp::Of(path_);
     return true;
+}
+
+void IniFile::StartAfresh() {
+    if (batch_depth_ == 0) Refresh();
+    doc_.Clear();
+    loaded_ = true;
+    unreadable_ = false; // an unreadable file is replaced, not kept, when saved over on purpose
+    dirty_ = true;
+    if (batch_depth_ == 0) Flush();
 }
 
 void IniFile::BeginBatch() {

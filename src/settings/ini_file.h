@@ -24,6 +24,7 @@ public:
     bool Write(std::string_view section, std::string_view key, std::string_view value);
     bool RemoveSection(std::string_view section);
 
+    void StartAfresh();
     void BeginBatch();
     bool EndBatch();
 

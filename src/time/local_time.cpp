@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace tess {
 
@@ -18,6 +19,13 @@ long OffsetAt(time_t t) {
     return localtime_r(&t, &tm) ? tm.tm_gmtoff : 0;
 }
 
+// The offset from UTC of the last moment turned into a date. In the hour that the autumn
+// change repeats, a date names two moments; the one whose offset matches the last clock
+// reading is meant, so a tick in the second pass reads winter time.
+thread_local long last_offset = 0;
+thread_local time_t last_moment = 0;
+thread_local bool have_last_offset = false;
+
 } // namespace
 
 double DateFromTimespec(const timespec& time) {
@@ -27,6 +35,9 @@ double DateFromTimespec(const timespec& time) {
         return kUnixEpochDate +
                (static_cast<double>(time.tv_sec) + time.tv_nsec / 1e9) / kSecondsPerDay;
     }
+    last_offset = tm.tm_gmtoff;
+    last_moment = seconds;
+    have_last_offset = true;
     // One read of the system clock gives whole seconds and their fraction together, so the
     // second cannot tick over between reading the two parts.
     const double day = DateSerial(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday);
@@ -53,7 +64,14 @@ timespec TimespecFromDate(double date) {
     const bool after_fits = OffsetAt(with_after) == after;
     time_t t = with_before; // also for a skipped wall-clock time: counted on from the change
     if (before_fits && after_fits) {
-        t = std::min(with_before, with_after); // a repeated hour: its first occurrence
+        // A repeated hour: the pass the clock was last read in, else the first.
+        const bool read_in_the_hour =
+            have_last_offset && std::llabs(static_cast<long long>(last_moment - with_after)) <=
+                                    static_cast<long long>(std::labs(before - after));
+        if (read_in_the_hour && last_offset == after)
+            t = with_after;
+        else
+            t = std::min(with_before, with_after);
     } else if (after_fits) {
         t = with_after;
     }

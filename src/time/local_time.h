@@ -13,7 +13,9 @@ double DateFromTimespec(const timespec& time);
 
 // The system time at which the local wall clock shows `date`. A wall-clock time that the
 // daylight-saving change skips is taken as the same distance past the change (02:30 on a
-// spring-forward night is 03:30 summer time); a repeated hour is taken in summer time.
+// spring-forward night is 03:30 summer time). A time in the hour that the autumn change
+// repeats is taken in the pass of the latest moment given to DateFromTimespec (the clock's
+// last reading), and in summer time when that was outside the hour.
 timespec TimespecFromDate(double date);
 
 // The broken-down local time in force at `date`: zone abbreviation, offset from UTC and

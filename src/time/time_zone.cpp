@@ -18,12 +18,16 @@ constexpr std::size_t kMaxTableBytes = 1u << 20;
 } // namespace
 
 std::string TimeZone::GetTimeZone() const {
+    return GetTimeZone(clock_->Now());
+}
+
+std::string TimeZone::GetTimeZone(double date) const {
     // The C library tells standard from summer time by tm_isdst; when it cannot (a negative
     // value, or a date it cannot convert) the state is "Unknown". A zone that comes without
     // an abbreviation is "Not Available". Zones without summer time are plain standard time
     // here and report their own name ("UTC", "JST").
     std::tm tm{};
-    if (!LocalTmAt(clock_->Now(), tm) || tm.tm_isdst < 0) return "Unknown";
+    if (!LocalTmAt(date, tm) || tm.tm_isdst < 0) return "Unknown";
     if (!tm.tm_zone || !*tm.tm_zone) return "Not Available";
     return tm.tm_zone;
 }
@@ -58,7 +62,11 @@ void TimeZone::LoadTimeZoneLookup(const std::string& path) {
 }
 
 std::string TimeZone::ConvertedTimeZone() const {
-    const std::string zone = GetTimeZone();
+    return ConvertedTimeZone(clock_->Now());
+}
+
+std::string TimeZone::ConvertedTimeZone(double date) const {
+    const std::string zone = GetTimeZone(date);
     for (const Row& row : rows_) {
         if (EqualsIgnoreCase(row.name, zone)) return row.text;
     }

@@ -22,14 +22,17 @@ public:
 
     explicit TimeZone(const Clock& clock) : clock_(&clock) {}
 
-    // The abbreviation of the zone in force ("CET", "CEST", "UTC").
+    // The abbreviation of the zone in force now ("CET", "CEST", "UTC"), or at a local date
+    // (a tick's time: the zone in force then, not when the text is drawn).
     std::string GetTimeZone() const;
+    std::string GetTimeZone(double date) const;
     // Hours to add to local time to get UTC: -1 in Central European winter, 5 in New York.
     double GMTOffset() const;
 
     // (Re)reads the table; a missing file leaves it empty and is not an error.
     void LoadTimeZoneLookup(const std::string& path = "timezone.txt");
     std::string ConvertedTimeZone() const;
+    std::string ConvertedTimeZone(double date) const;
 
 private:
     struct Row {

@@ -17,6 +17,7 @@ enum class CSVStatus {
     WrongFieldCount,
     UnknownVersion,
     BadStationTime,
+    AheadOfClock, // dated more than a day after the clock: a station clock gone wrong
 };
 
 // A short reason for logs and messages: "the line is longer than 1000 characters".

@@ -1,6 +1,7 @@
 #include "weather/karvell.h"
 
 #include "base/log.h"
+#include "settings/format.h"
 #include "settings/limit.h"
 #include "time/next_update.h"
 
@@ -75,10 +76,21 @@ void Karvell::SetCSVDataS(int index, std::string_view text) {
     }
 }
 
+// A last line taken from the future (by an older version, or kept in "lastdata.csv" from
+// a station whose clock was wrong) would make every later line "older" for good.
+void Karvell::ForgetTimeAheadOfClock(double now) {
+    if (csv_last_time_ <= now + kMaxDaysAhead) return;
+    LogWarning("weather data '{}': the last line taken is dated {}, more than a day ahead of the "
+               "clock; the next line is taken whatever its time",
+               csv_file_, FormatDate(csv_last_time_, "yyyy-mm-dd hh:nn:ss"));
+    csv_last_time_ = 0;
+}
+
 bool Karvell::PollCSV(double now) {
     if (!csv_enabled_ || now < next_poll_) return false;
     next_poll_ = CalcNextUpdate(csv_delay_, csv_base_time_, now);
-    const CSVStatus status = GetCSVData();
+    ForgetTimeAheadOfClock(now);
+    const CSVStatus status = GetCSVData(now);
     const bool accepted = status == CSVStatus::Accepted;
     const bool fine = accepted || status == CSVStatus::NotNewer;
     const bool was_fine = last_status_ == CSVStatus::Accepted ||

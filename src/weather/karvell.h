@@ -68,10 +68,12 @@ public:
     bool CSVDataValid() const { return valid_; }
 
     // Reads CSVFile and accepts its line when it is newer than CSVLastTime. Bad files and
-    // bad lines leave every value as it was and say why.
-    CSVStatus GetCSVData();
+    // bad lines leave every value as it was and say why. Given the clock's `now`, a line
+    // dated more than kMaxDaysAhead after it is refused (0: no such check).
+    static constexpr double kMaxDaysAhead = 1.0;
+    CSVStatus GetCSVData(double now = 0);
     // The same for a line already in memory (without its line end).
-    CSVStatus AcceptLine(std::string_view line);
+    CSVStatus AcceptLine(std::string_view line, double now = 0);
     // The steps of accepting a line, for those who replay data.
     void ProcessNewData();
     void ResetDailyData();
@@ -107,6 +109,7 @@ public:
     int CSVDatabaseBufferSize() const { return history_.BufferSize(); }
 
 private:
+    void ForgetTimeAheadOfClock(double now);
     void StoreColumns(const std::array<std::string_view, kCSVColumns>& columns, int last,
                       double time);
     double TemperatureInCelsius(double value) const;

@@ -119,18 +119,20 @@ std::string_view CSVStatusText(CSVStatus status) {
         return "the first field is not a known version (1.0 or 1.01)";
     case CSVStatus::BadStationTime:
         return "fields 2 to 7 are not a station date and time";
+    case CSVStatus::AheadOfClock:
+        return "the station time is more than a day ahead of this computer's clock";
     }
     return "unknown";
 }
 
-CSVStatus Karvell::GetCSVData() {
+CSVStatus Karvell::GetCSVData(double now) {
     std::string line;
     CSVStatus failure;
     if (!ReadFirstLine(PathFromSettings(csv_file_), line, failure)) return failure;
-    return AcceptLine(line);
+    return AcceptLine(line, now);
 }
 
-CSVStatus Karvell::AcceptLine(std::string_view line) {
+CSVStatus Karvell::AcceptLine(std::string_view line, double now) {
     if (line.size() > kMaxLineLength) return CSVStatus::LineTooLong;
     if (HasControlCharacters(line)) return CSVStatus::ControlCharacters;
 
@@ -158,6 +160,8 @@ CSVStatus Karvell::AcceptLine(std::string_view line) {
 
     double time = 0;
     if (!StationTime(column, time)) return CSVStatus::BadStationTime;
+    // Taken as the newest, a line from the future would make every later line "older".
+    if (now > 0 && time > now + kMaxDaysAhead) return CSVStatus::AheadOfClock;
     if (!(csv_last_time_ < time)) return CSVStatus::NotNewer;
 
     const double previous = csv_last_time_;

@@ -276,3 +276,43 @@ TEST_F(Composition, AClearedRunningFlagStopsTheTick) {
 
 } // namespace
 } // namespace tess
+
+namespace tess {
+namespace {
+
+// Settings files may hold any 32-bit location; a location far off the canvas draws nothing
+// and must not overflow on its way to the kernels (it once crashed the AVX2 mix).
+TEST_F(Composition, ItemsAtTheEndsOfThe32BitRangeDrawNothingAndCrashNothing) {
+    Canvas& canvas = UseCanvas(1, 64, 48, kBlue);
+    canvas.SetShadowIntensity(50);
+    const std::int32_t kEnds[] = {INT32_MIN, INT32_MIN + 1, -(1 << 28) - 7, INT32_MAX - 3,
+                                  INT32_MAX};
+    int index = 1;
+    for (std::int32_t x : kEnds) {
+        for (std::int32_t y : {std::int32_t{5}, x}) {
+            GraphicItem& rect = AddRectangle(canvas, index, index % 4, x, y, 30, 20, kRed);
+            rect.SetOpacity(50);
+            rect.SetShadow(true);
+            rect.SetShadowOffsetX(x < 0 ? INT32_MIN : INT32_MAX);
+            TextItem& text = canvas.AddText(index);
+            text.SetEnabled(true);
+            text.SetText("Xy");
+            text.SetFontName("DejaVu Sans");
+            text.SetLayer(index % 4);
+            text.SetLocationX(y);
+            text.SetLocationY(x);
+            text.SetShadow(true);
+            text.SetShadowOffsetY(x);
+            ++index;
+        }
+    }
+    // One item half off the left edge still shows its visible half.
+    AddRectangle(canvas, index, 3, -10, 0, 20, 10, kGreen);
+    ASSERT_TRUE(portfolio.Tick(At(12, 0, 0)));
+    EXPECT_EQ(PixelOf(1, 5, 5), Color(kGreen));
+    EXPECT_EQ(PixelOf(1, 12, 5), Color(kBlue));
+    EXPECT_EQ(PixelOf(1, 40, 40), Color(kBlue));
+}
+
+} // namespace
+} // namespace tess

@@ -8,7 +8,11 @@
 #include "imaging/jpeg.h"
 #include "imaging/picture.h"
 #include "settings/ini.h"
+#include "support/scoped_time_zone.h"
 #include "support/station_line.h"
+#include "time/clock.h"
+#include "time/local_time.h"
+#include "time/time_zone.h"
 
 #include <algorithm>
 #include <chrono>
@@ -228,6 +232,40 @@ TEST_F(UpdateLoop, TheWeatherRecordOfTheLastRunComesBackAndAnOlderLineIsNotTaken
     ASSERT_TRUE(second.Tick(At(12, 1, 0)));
     EXPECT_EQ(second.Karvell().CSVData(14), 20.0);
     EXPECT_EQ(second.Karvell().CSVData(101), 20.0); // today's lowest: the 5 degrees never came
+}
+
+} // namespace
+} // namespace tess
+
+namespace tess {
+namespace {
+
+// The night the clocks go back, driven by the real moments as the system clock gives them:
+// 02:00 to 03:00 comes twice, first in summer time, then in winter time.
+TEST_F(UpdateLoop, TheRepeatedHourKeepsBothPassesPicturesAndNamesTheZoneInForce) {
+    test::ScopedTimeZone central_europe(test::kCentralEurope);
+    Clock clock;
+    TimeZone zone(clock);
+    portfolio.Composition().tags.zone = &zone;
+    Canvas& canvas = UseCanvas(1, 16, 16, 0x00FF00);
+    canvas.SetSequentialEnabled(true);
+    canvas.SetSequentialRate(240);
+    canvas.SetSequentialDirectory("seq");
+    canvas.SetSequentialType(kSequentialTimeStamped);
+    TextItem& text = canvas.AddText(1);
+    text.SetEnabled(true);
+    text.SetText("<TIMEZONE>");
+    text.SetInterval(0);
+
+    const time_t change = 1729990800; // 2024-10-27 01:00 UTC: 03:00 summer time is 02:00 again
+    std::vector<std::string> zones;
+    for (time_t t = change - 3600; t < change + 3600; t += 60) {
+        ASSERT_TRUE(portfolio.Tick(DateFromTimespec({t, 0})));
+        if ((t - change) % 1800 == 0) zones.push_back(text.ExpandedText());
+    }
+    EXPECT_EQ(zones, (std::vector<std::string>{"CEST", "CEST", "CET", "CET"}));
+    // Fifteen pictures in each pass (the first tick only joins the grid), none written over.
+    EXPECT_EQ(FilesIn(dir.File("seq")).size(), 29u);
 }
 
 } // namespace

@@ -11,7 +11,8 @@
 
 namespace tess::test {
 
-Process::Process(const std::vector<std::string>& argv, const std::string& directory) {
+Process::Process(const std::vector<std::string>& argv, const std::string& directory,
+                 const std::vector<std::string>& env) {
     int out[2], err[2];
     if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
         throw std::runtime_error("pipe failed");
@@ -22,6 +23,8 @@ Process::Process(const std::vector<std::string>& argv, const std::string& direct
         ::dup2(out[1], 1);
         ::dup2(err[1], 2);
         if (::chdir(directory.c_str()) != 0) ::_exit(127);
+        for (const auto& variable : env)
+            ::putenv(const_cast<char*>(variable.c_str()));
         std::vector<char*> args;
         for (const auto& a : argv)
             args.push_back(const_cast<char*>(a.c_str()));
@@ -88,8 +91,8 @@ ProcessResult Process::Wait(double timeout_seconds) {
 }
 
 ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& directory,
-                         double timeout_seconds) {
-    Process process(argv, directory);
+                         double timeout_seconds, const std::vector<std::string>& env) {
+    Process process(argv, directory, env);
     return process.Wait(timeout_seconds);
 }
 

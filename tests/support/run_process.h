@@ -11,10 +11,12 @@ struct ProcessResult {
     std::string err;
 };
 
-// A child process started in its own folder, with stdin from /dev/null.
+// A child process started in its own folder, with stdin from /dev/null and `env` ("NAME=value")
+// added to the environment.
 class Process {
 public:
-    Process(const std::vector<std::string>& argv, const std::string& directory);
+    Process(const std::vector<std::string>& argv, const std::string& directory,
+            const std::vector<std::string>& env = {});
     ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
@@ -33,7 +35,7 @@ private:
 };
 
 ProcessResult RunProcess(const std::vector<std::string>& argv, const std::string& directory,
-                         double timeout_seconds = 30);
+                         double timeout_seconds = 30, const std::vector<std::string>& env = {});
 
 // Headless Chromium loads `url` in a window of the given size and writes a PNG screenshot to
 // `shot`; its profile lives in `directory`.

@@ -41,11 +41,20 @@ std::size_t ContentLength(std::string_view header) {
 
 } // namespace
 
-ClientSocket::ClientSocket(std::uint16_t port, int receive_buffer) {
+ClientSocket::ClientSocket(std::uint16_t port, int receive_buffer, const char* source) {
     fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd_ < 0) return;
     if (receive_buffer > 0)
         ::setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
+    if (source) {
+        sockaddr_in from{};
+        from.sin_family = AF_INET;
+        if (::inet_pton(AF_INET, source, &from.sin_addr) != 1 ||
+            ::bind(fd_, reinterpret_cast<sockaddr*>(&from), sizeof from) != 0) {
+            Close();
+            return;
+        }
+    }
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);

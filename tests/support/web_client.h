@@ -23,8 +23,9 @@ class ClientSocket {
 public:
     // Connects to 127.0.0.1:port; Connected() is false when that failed. A receive buffer
     // size other than 0 is set before connecting (a small one makes a client that reads
-    // nothing stall the server's sending soon).
-    explicit ClientSocket(std::uint16_t port, int receive_buffer = 0);
+    // nothing stall the server's sending soon). A `source` address of the loopback range
+    // ("127.0.0.2") makes the connection come from another client as the server sees it.
+    explicit ClientSocket(std::uint16_t port, int receive_buffer = 0, const char* source = nullptr);
     ~ClientSocket();
     ClientSocket(ClientSocket&& other) noexcept;
     ClientSocket(const ClientSocket&) = delete;

@@ -149,3 +149,54 @@ TEST(KarvellFile, LastDataRoundTripsExactlyAndRefusesDamagedFiles) {
 
 } // namespace
 } // namespace tess
+
+namespace tess {
+namespace {
+
+// A station clock gone wrong for one line must not freeze the weather: the line is refused,
+// and a "newest" time from the future carried over in lastdata.csv is forgotten.
+TEST(KarvellFile, ALineFromTheFutureIsRefusedAndAPoisonedRecordRecovers) {
+    test::TempDir dir;
+    Karvell k;
+    k.SetCSVFile(dir.File("station.csv"));
+    k.SetLastDataPath(dir.File("lastdata.csv"));
+    k.SetCSVDelay(0);
+    k.SetCSVEnabled(true);
+    const double now = Noon(7);
+    auto poll = [&](const std::string& line, double at) {
+        test::WriteFileBytes(dir.File("station.csv"), line + "\n");
+        return k.PollCSV(at);
+    };
+    ASSERT_TRUE(poll(Line(0, "1"), now));
+    EXPECT_FALSE(poll(StationLine(2099, 1, 1, 0, 0, 0).Set(14, "99").Text(), now));
+    EXPECT_EQ(k.LastStatus(), CSVStatus::AheadOfClock);
+    EXPECT_EQ(k.CSVData(14), 1);
+    // Less than a day ahead is a station in another zone, not a broken clock.
+    EXPECT_TRUE(poll(StationLine(2024, 3, 8, 6, 0, 0).Set(14, "2").Text(), now));
+    EXPECT_TRUE(poll(StationLine(2024, 3, 8, 6, 1, 0).Set(14, "3").Text(), now));
+
+    // An older version took the 2099 line and kept it: the restarted program takes the
+    // current line all the same, and the lines after it.
+    Karvell poisoned;
+    poisoned.SetCSVFile(dir.File("station.csv"));
+    poisoned.SetLastDataPath(dir.File("lastdata.csv"));
+    poisoned.SetCSVDelay(0);
+    poisoned.SetCSVEnabled(true);
+    ASSERT_EQ(poisoned.AcceptLine(StationLine(2099, 1, 1, 0, 0, 0).Text()), CSVStatus::Accepted);
+    ASSERT_TRUE(poisoned.SaveLastData());
+    Karvell restarted;
+    restarted.SetCSVFile(dir.File("station.csv"));
+    restarted.SetLastDataPath(dir.File("lastdata.csv"));
+    restarted.SetCSVDelay(0);
+    restarted.SetCSVEnabled(true);
+    ASSERT_TRUE(restarted.LoadLastData());
+    test::WriteFileBytes(dir.File("station.csv"), Line(5, "6") + "\n");
+    EXPECT_TRUE(restarted.PollCSV(now));
+    EXPECT_EQ(restarted.CSVData(14), 6);
+    test::WriteFileBytes(dir.File("station.csv"), Line(6, "7") + "\n");
+    EXPECT_TRUE(restarted.PollCSV(now + 0.001));
+    EXPECT_EQ(restarted.CSVData(14), 7);
+}
+
+} // namespace
+} // namespace tess

@@ -110,8 +110,8 @@ bool TagValue(const TagDef& tag, int feed, const TagContext& context, std::strin
     case TagKind::ZoneName:
     case TagKind::ZoneLookup:
         if (!context.zone) return false;
-        out = tag.kind == TagKind::ZoneName ? context.zone->GetTimeZone()
-                                            : context.zone->ConvertedTimeZone();
+        out = tag.kind == TagKind::ZoneName ? context.zone->GetTimeZone(context.now)
+                                            : context.zone->ConvertedTimeZone(context.now);
         return true;
     case TagKind::Sunrise:
     case TagKind::Sunset:
