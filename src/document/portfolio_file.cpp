@@ -153,8 +153,23 @@ void Portfolio::LoadVideoFeeds() {
         m.SetSaveSequential(keys.Bool(key("MotionSaveSequential"), false));
         m.SetSaveSequentialPath(keys.Text(key("MotionSaveSequentialPath"), "motion\\"));
         m.SetShowDiffImageCoverage(keys.Bool(key("MotionShowDiffImageCoverage"), false));
+        m.SetMaskFileName(keys.Text(key("MotionMaskFile"), ""));
+        m.SetLightChangeGuard(keys.Long(key("MotionLightChangeGuard"), "0"));
+        m.SetTriggerCommand(keys.Text(key("MotionTriggerCommand"), ""));
+        m.SetTriggerCommandTimeLimit(keys.Long(key("MotionTriggerCommandTimeLimit"), "30"));
     }
 }
+
+namespace {
+
+// The motion keys added beyond the classic set are written only once they are used, so a
+// portfolio that does not use them reads the same in older versions of the program.
+void SetIfUsed(IniSection& keys, const std::string& key, const std::string& value,
+               std::string_view unused) {
+    if (value != unused || !keys.Text(key, "").empty()) keys.SetText(key, value);
+}
+
+} // namespace
 
 void Portfolio::SaveVideoFeeds() {
     IniSection keys(ini_, kVideoFeedSection);
@@ -179,6 +194,11 @@ void Portfolio::SaveVideoFeeds() {
         keys.SetBool(key("MotionSaveSequential"), m.SaveSequential());
         keys.SetText(key("MotionSaveSequentialPath"), m.SaveSequentialPath());
         keys.SetBool(key("MotionShowDiffImageCoverage"), m.ShowDiffImageCoverage());
+        SetIfUsed(keys, key("MotionMaskFile"), m.MaskFileName(), "");
+        SetIfUsed(keys, key("MotionLightChangeGuard"), std::to_string(m.LightChangeGuard()), "0");
+        SetIfUsed(keys, key("MotionTriggerCommand"), m.TriggerCommand(), "");
+        SetIfUsed(keys, key("MotionTriggerCommandTimeLimit"),
+                  std::to_string(m.TriggerCommandTimeLimit()), "30");
     }
     NoteWrite(keys.WritesOk());
 }

@@ -116,6 +116,39 @@ TEST_F(PortfolioFileTest, EveryKeyChangedFromItsDefaultSurvivesARoundTrip) {
     EXPECT_EQ(ReadFileBytes(dir_.File("again.por")), saved);
 }
 
+TEST_F(PortfolioFileTest, MotionKeysBeyondTheClassicSetAreWrittenOnceUsed) {
+    Portfolio portfolio(sun_);
+    portfolio.SetFileName(dir_.File("motion.por"));
+    portfolio.VideoFeed(3).SetFeedName("Door");
+    MotionDetect& m = portfolio.VideoFeed(3).MotionDetect();
+    m.SetMaskFileName("masks\\door.pgm");
+    m.SetLightChangeGuard(70);
+    m.SetTriggerCommand("notify-send 'motion %f' %s");
+    m.SetTriggerCommandTimeLimit(5);
+    ASSERT_TRUE(portfolio.SaveFile());
+    std::string saved = ReadFileBytes(dir_.File("motion.por"));
+    EXPECT_NE(saved.find("Feed3MotionMaskFile=masks\\door.pgm\r\n"), std::string::npos);
+    EXPECT_NE(saved.find("Feed3MotionTriggerCommandTimeLimit=5\r\n"), std::string::npos);
+    EXPECT_EQ(saved.find("Feed2MotionMaskFile"), std::string::npos);
+
+    Portfolio loaded(sun_);
+    loaded.SetFileName(dir_.File("motion.por"));
+    loaded.LoadFile();
+    const MotionDetect& back = loaded.VideoFeed(3).MotionDetect();
+    EXPECT_EQ(back.MaskFileName(), "masks\\door.pgm");
+    EXPECT_EQ(back.LightChangeGuard(), 70);
+    EXPECT_EQ(back.TriggerCommand(), "notify-send 'motion %f' %s");
+    EXPECT_EQ(back.TriggerCommandTimeLimit(), 5);
+
+    // Turned off again, the keys say so rather than keep the old values.
+    m.SetMaskFileName("");
+    m.SetLightChangeGuard(0);
+    ASSERT_TRUE(portfolio.SaveFile());
+    saved = ReadFileBytes(dir_.File("motion.por"));
+    EXPECT_NE(saved.find("Feed3MotionMaskFile=\r\n"), std::string::npos);
+    EXPECT_NE(saved.find("Feed3MotionLightChangeGuard=0\r\n"), std::string::npos);
+}
+
 TEST_F(PortfolioFileTest, OnlyOpenCanvasesAndNamedFeedsAreRestored) {
     const std::string path = dir_.File("p.por");
     WriteFileBytes(path, "[Canvas01]\r\nFileName=" + dir_.File("one.can") +
