@@ -1,6 +1,7 @@
 #include "capture/motion_command.h"
 
 #include "base/log.h"
+#include "capture/motion_saves.h"
 #include "settings/vb_date.h"
 
 #include <cerrno>
@@ -30,7 +31,7 @@ std::string Quoted(std::string_view text) {
 }
 
 std::string TimeText(double time) {
-    const DateFields f = SplitDate(time);
+    const DateFields f = SplitDate(WholeSecond(time));
     return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}:{:02}", f.year, f.month, f.day, f.hour,
                        f.minute, f.second);
 }

@@ -172,6 +172,7 @@ public:
     void SetClock(Clock clock) { clock_ = std::move(clock); }
     // Collects finished trigger commands and stops late ones; DiffFrames does it too.
     void PollCommands() { command_.Poll(); }
+    int RunningCommands() const { return command_.Running(); }
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }

@@ -6,6 +6,7 @@
 #include "imaging/dib.h"
 #include "settings/vb_date.h"
 
+#include <cmath>
 #include <filesystem>
 #include <system_error>
 
@@ -14,7 +15,7 @@ namespace tess {
 namespace {
 
 std::string Stamp(double time) {
-    const DateFields f = SplitDate(time);
+    const DateFields f = SplitDate(WholeSecond(time));
     return fmt::format("{:02}{:02}{:02}{:02}{:02}{:02}", f.year % 100, f.month, f.day, f.hour,
                        f.minute, f.second);
 }
@@ -39,6 +40,10 @@ private:
 };
 
 } // namespace
+
+double WholeSecond(double date) {
+    return std::floor(date * 86400.0 + 1e-6) / 86400.0;
+}
 
 std::string MotionSaves::NextSequentialName(std::string_view folder, double time) {
     std::string stamp = Stamp(time);

@@ -14,6 +14,9 @@ namespace tess {
 
 class DIB;
 
+// The second that has begun at `date`, as the time tags show it: never rounded up.
+double WholeSecond(double date);
+
 struct MotionSaveRequest {
     bool fixed = false, sequential = false, diff = false;
     int fixed_quality = 80, sequential_quality = 80, diff_quality = 80;

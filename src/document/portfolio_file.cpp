@@ -160,17 +160,6 @@ void Portfolio::LoadVideoFeeds() {
     }
 }
 
-namespace {
-
-// The motion keys added beyond the classic set are written only once they are used, so a
-// portfolio that does not use them reads the same in older versions of the program.
-void SetIfUsed(IniSection& keys, const std::string& key, const std::string& value,
-               std::string_view unused) {
-    if (value != unused || !keys.Text(key, "").empty()) keys.SetText(key, value);
-}
-
-} // namespace
-
 void Portfolio::SaveVideoFeeds() {
     IniSection keys(ini_, kVideoFeedSection);
     for (int i = 0; i < kVideoFeeds; ++i) {
@@ -194,11 +183,10 @@ void Portfolio::SaveVideoFeeds() {
         keys.SetBool(key("MotionSaveSequential"), m.SaveSequential());
         keys.SetText(key("MotionSaveSequentialPath"), m.SaveSequentialPath());
         keys.SetBool(key("MotionShowDiffImageCoverage"), m.ShowDiffImageCoverage());
-        SetIfUsed(keys, key("MotionMaskFile"), m.MaskFileName(), "");
-        SetIfUsed(keys, key("MotionLightChangeGuard"), std::to_string(m.LightChangeGuard()), "0");
-        SetIfUsed(keys, key("MotionTriggerCommand"), m.TriggerCommand(), "");
-        SetIfUsed(keys, key("MotionTriggerCommandTimeLimit"),
-                  std::to_string(m.TriggerCommandTimeLimit()), "30");
+        keys.SetText(key("MotionMaskFile"), m.MaskFileName());
+        keys.SetLong(key("MotionLightChangeGuard"), m.LightChangeGuard());
+        keys.SetText(key("MotionTriggerCommand"), m.TriggerCommand());
+        keys.SetLong(key("MotionTriggerCommandTimeLimit"), m.TriggerCommandTimeLimit());
     }
     NoteWrite(keys.WritesOk());
 }

@@ -32,6 +32,8 @@ TEST(MotionSaves, DiffNamesGoBeforeTheLastDot) {
     EXPECT_EQ(saves.NextSequentialName("motion", t), "motion\\05031412050101.jpg");
     EXPECT_EQ(saves.NextSequentialName("cam/", t + 1.0 / 86400), "cam/05031412050200.jpg");
     EXPECT_EQ(saves.NextSequentialName("cam/", t), "cam/05031412050100.jpg");
+    // The second that has begun, as the tags show it.
+    EXPECT_EQ(saves.NextSequentialName("cam/", t + 0.9 / 86400), "cam/05031412050101.jpg");
 }
 
 TEST(MotionSaves, TriggersWriteFixedSequentialAndDiffFiles) {
