@@ -68,32 +68,54 @@ void MotionDetect::DiffFrames(const DIB& frame) {
         CopyPixels(previous_, current_);
         previous_data_valid_ = true;
     }
-    Diff(current_.DIBPtr(), previous_.DIBPtr(), difference_.DIBPtr(), w, h, view_.histogram.data());
-    view_.histogram_valid = true;
-    masked_channels_ = mask_.Apply(difference_, view_.histogram.data(), feed_number_ + 1);
+    // The full histogram and the difference picture only when a mask or the setup view
+    // needs them on every frame; otherwise a trigger makes them (see Trigger).
+    if (keep_histogram_ || !mask_.FileName().empty()) {
+        MakeDifference();
+        masked_channels_ = mask_.Apply(difference_, view_.histogram.data(), feed_number_ + 1);
+    } else {
+        const DiffCounts counts = DiffCount(current_.DIBPtr(), previous_.DIBPtr(), w, h,
+                                            darker_motion_limit_, brighter_motion_limit_);
+        counts_ = {counts.count, counts.lowest, counts.highest};
+        view_.histogram_valid = false;
+        masked_channels_ = 0;
+    }
     CalculateMotion(frame);
     // The current picture becomes the previous one; the old previous is written over next.
     std::swap(previous_, current_);
 }
 
-void MotionDetect::CalculateMotion(const DIB& frame) {
+// The difference picture and the full histogram of the current and previous frames.
+void MotionDetect::MakeDifference() {
+    Diff(current_.DIBPtr(), previous_.DIBPtr(), difference_.DIBPtr(), current_.Width(),
+         current_.Height(), view_.histogram.data());
+    view_.histogram_valid = true;
+}
+
+MotionDetect::Counts MotionDetect::CountsFromHistogram() const {
     const auto& bins = view_.histogram;
-    std::int32_t dark_min = 128, light_max = 128;
+    Counts out;
     for (int bin = 0; bin <= 128; ++bin)
         if (bins[bin] != 0) {
-            dark_min = bin;
+            out.dark_min = bin;
             break;
         }
     for (int bin = 255; bin >= 129; --bin)
         if (bins[bin] != 0) {
-            light_max = bin;
+            out.light_max = bin;
             break;
         }
-    std::uint64_t count = 0;
     for (int bin = brighter_motion_limit_; bin <= 255; ++bin)
-        count += bins[bin];
+        out.count += bins[bin];
     for (int bin = 0; bin <= darker_motion_limit_; ++bin)
-        count += bins[bin];
+        out.count += bins[bin];
+    return out;
+}
+
+void MotionDetect::CalculateMotion(const DIB& frame) {
+    const Counts counts = view_.histogram_valid ? CountsFromHistogram() : counts_;
+    const std::uint64_t count = counts.count;
+    const std::int32_t dark_min = counts.dark_min, light_max = counts.light_max;
     const double channels = static_cast<double>(frame.Width()) * frame.Height() * 3;
     const double fraction = channels > 0 ? static_cast<double>(count) / channels : 0;
     const float coverage = CoverageOf(fraction);
@@ -121,6 +143,11 @@ void MotionDetect::CalculateMotion(const DIB& frame) {
                 feed_number_ + 1, changed, light_change_guard_);
         return;
     }
+    // Without a full histogram on every frame, the trigger makes the one the views and the
+    // difference saves show.
+    if (!view_.histogram_valid && current_.HasBitmap() && current_.Width() == frame.Width() &&
+        current_.Height() == frame.Height())
+        MakeDifference();
     Trigger(frame, coverage, dark_min, light_max);
 }
 

@@ -176,7 +176,13 @@ public:
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }
+    struct Counts {
+        std::uint64_t count = 0;
+        std::int32_t dark_min = 128, light_max = 128;
+    };
     bool PrepareWork(const DIB& frame);
+    void MakeDifference();
+    Counts CountsFromHistogram() const;
     void Trigger(const DIB& frame, float coverage, std::int32_t dark_min, std::int32_t light_max);
     void Beep() const;
 
@@ -215,6 +221,7 @@ private:
     std::uint64_t trigger_count_ = 0;
     bool keep_histogram_ = false;
     std::uint64_t masked_channels_ = 0;
+    Counts counts_; // of the last frame, when no full histogram was made
     DIB previous_, current_, difference_;
     MotionView view_;
     MotionMask mask_;

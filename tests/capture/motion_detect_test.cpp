@@ -17,7 +17,9 @@ using test::WithChannels;
 
 constexpr int kW = 100, kH = 100; // 30,000 channels
 
-class MotionDetectTest : public ::testing::Test {
+// Every test runs twice: counting only what the trigger needs, and keeping the full histogram
+// as the setup view does. Both must decide alike.
+class MotionDetectTest : public ::testing::TestWithParam<bool> {
 protected:
     MotionDetectTest() {
         motion_.SetEnabled(true);
@@ -25,6 +27,7 @@ protected:
         motion_.SetClock(Clock([this] { return now_; }));
         motion_.SetMotionDetectedHook([this](int feed) { events_.push_back(feed); });
         motion_.SetLastFrameInterval(1.0);
+        motion_.SetKeepHistogram(GetParam());
     }
     // Feeds the frames in turn; returns which of them triggered.
     std::vector<int> Run(const std::vector<const DIB*>& frames) {
@@ -42,7 +45,7 @@ protected:
     std::vector<int> events_;
 };
 
-TEST_F(MotionDetectTest, IdenticalFramesNeverTrigger) {
+TEST_P(MotionDetectTest, IdenticalFramesNeverTrigger) {
     motion_.SetCoverageLimit(0);
     motion_.SetCoverageLimit(0.01f);
     const DIB frame = WithBlock(Flat(kW, kH, 90), 10, 10, 20, 20, 200);
@@ -50,7 +53,9 @@ TEST_F(MotionDetectTest, IdenticalFramesNeverTrigger) {
     EXPECT_TRUE(Run({&frame, &frame, &frame, &frame}).empty());
     EXPECT_TRUE(motion_.PreviousDataValid());
     EXPECT_EQ(motion_.View().coverage, 0.0f);
-    EXPECT_EQ(motion_.View().histogram[128], static_cast<std::uint32_t>(kW * kH * 3));
+    EXPECT_EQ(motion_.View().histogram_valid, GetParam());
+    if (GetParam())
+        EXPECT_EQ(motion_.View().histogram[128], static_cast<std::uint32_t>(kW * kH * 3));
     EXPECT_EQ(motion_.View().dark_min, 128);
     EXPECT_EQ(motion_.View().light_max, 128);
     EXPECT_EQ(motion_.LastMotionCoverage(), -1.0f);
@@ -58,7 +63,7 @@ TEST_F(MotionDetectTest, IdenticalFramesNeverTrigger) {
     EXPECT_TRUE(events_.empty());
 }
 
-TEST_F(MotionDetectTest, CoverageFollowsTheShareOfChangedChannels) {
+TEST_P(MotionDetectTest, CoverageFollowsTheShareOfChangedChannels) {
     motion_.SetBrighterMotionLimit(150);
     motion_.SetDarkerMotionLimit(100);
     const DIB still = Flat(kW, kH, 100);
@@ -79,12 +84,16 @@ TEST_F(MotionDetectTest, CoverageFollowsTheShareOfChangedChannels) {
     EXPECT_NEAR(motion_.LastMotionCoverage(), expected, 1e-5);
     EXPECT_EQ(motion_.LastDarkMin(), 68);
     EXPECT_EQ(motion_.LastLightMax(), 188);
+    // A trigger always leaves the histogram and the difference picture for the views.
+    EXPECT_TRUE(motion_.View().histogram_valid);
+    EXPECT_EQ(motion_.View().histogram[188], 300u);
+    EXPECT_EQ(motion_.DifferenceDIB().scanline(0)[0], 188);
     EXPECT_EQ(motion_.LastMotionTriggerTime(), now_);
     EXPECT_EQ(events_, (std::vector<int>{3, 3})); // feed 2 counted from 1
     EXPECT_EQ(motion_.View().box_width, std::lround(kW * std::pow(10.0, 3 * 0.65 - 3)));
 }
 
-TEST_F(MotionDetectTest, DefaultLimitNeedsEveryChannelChangedToTheExtremes) {
+TEST_P(MotionDetectTest, DefaultLimitNeedsEveryChannelChangedToTheExtremes) {
     const DIB black = Flat(kW, kH, 0), white = Flat(kW, kH, 255);
     const DIB almost = WithBlock(Flat(kW, kH, 255), 3, 3, 1, 1, 100);
     const DIB grey = Flat(kW, kH, 126); // +126: one short of the top bin
@@ -95,7 +104,7 @@ TEST_F(MotionDetectTest, DefaultLimitNeedsEveryChannelChangedToTheExtremes) {
     EXPECT_EQ(motion_.LastLightMax(), 128); // the last trigger only got darker
 }
 
-TEST_F(MotionDetectTest, RestIntervalsInFramesAndSeconds) {
+TEST_P(MotionDetectTest, RestIntervalsInFramesAndSeconds) {
     const DIB black = Flat(8, 8, 0), white = Flat(8, 8, 255);
     const std::vector<const DIB*> flicker = {&black, &white, &black, &white, &black, &white,
                                              &black, &white, &black, &white, &black};
@@ -130,7 +139,7 @@ TEST_F(MotionDetectTest, RestIntervalsInFramesAndSeconds) {
     EXPECT_EQ(seconds.MotionTriggerTime(), MotionDetect::kMaxRestCounter);
 }
 
-TEST_F(MotionDetectTest, SizeChangeReprimesAndBadFramesAreSkipped) {
+TEST_P(MotionDetectTest, SizeChangeReprimesAndBadFramesAreSkipped) {
     const DIB big = Flat(40, 30, 0), small = Flat(20, 10, 255), empty;
     EXPECT_TRUE(Run({&big, &small, &big, &empty, &big}).empty());
     EXPECT_TRUE(motion_.PreviousDataValid());
@@ -139,10 +148,10 @@ TEST_F(MotionDetectTest, SizeChangeReprimesAndBadFramesAreSkipped) {
     EXPECT_EQ(Run({&white}), (std::vector<int>{0})); // still compares after all that
     const DIB odd = Flat(33, 7, 0);                  // rows padded to 4 bytes
     EXPECT_TRUE(Run({&odd, &odd}).empty());
-    EXPECT_EQ(motion_.View().histogram[128], 33u * 7 * 3);
+    if (GetParam()) EXPECT_EQ(motion_.View().histogram[128], 33u * 7 * 3);
 }
 
-TEST_F(MotionDetectTest, TagsShowTheTriggerTime) {
+TEST_P(MotionDetectTest, TagsShowTheTriggerTime) {
     const DIB black = Flat(8, 8, 0), white = Flat(8, 8, 255);
     Run({&black, &white});
     TagContext context;
@@ -152,7 +161,7 @@ TEST_F(MotionDetectTest, TagsShowTheTriggerTime) {
     EXPECT_EQ(ProcessText("<MotionDetectTime2> <MotionDetectDate2>", context), "12:05:01 03/14/05");
 }
 
-TEST_F(MotionDetectTest, LightChangeGuardKeepsPeopleButNotSunrise) {
+TEST_P(MotionDetectTest, LightChangeGuardKeepsPeopleButNotSunrise) {
     motion_.SetBrighterMotionLimit(150);
     motion_.SetDarkerMotionLimit(100);
     motion_.SetCoverageLimit(0.5f);
@@ -164,6 +173,8 @@ TEST_F(MotionDetectTest, LightChangeGuardKeepsPeopleButNotSunrise) {
     motion_.SetLightChangeGuard(0);
     EXPECT_EQ(Run({&dusk}), (std::vector<int>{0}));
 }
+
+INSTANTIATE_TEST_SUITE_P(CountsAndHistogram, MotionDetectTest, ::testing::Bool());
 
 } // namespace
 } // namespace tess
