@@ -4,13 +4,13 @@
 #include "capture/motion_detect.h"
 #include "imaging/kernels.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <random>
+
+#include <benchmark/benchmark.h>
 
 namespace {
 
@@ -94,6 +94,24 @@ void BM_DiffHistogram720p(benchmark::State& state) {
     benchmark::DoNotOptimize(histogram[128]);
 }
 BENCHMARK(BM_DiffHistogram720p)->Unit(benchmark::kMicrosecond);
+
+void BM_DiffCount720p(benchmark::State& state) {
+    for (auto _ : state) {
+        const tess::DiffCounts counts =
+            tess::DiffCount(Frames()[1].DIBPtr(), Frames()[0].DIBPtr(), kWidth, kHeight, 106, 150);
+        benchmark::DoNotOptimize(counts.count);
+    }
+}
+BENCHMARK(BM_DiffCount720p)->Unit(benchmark::kMicrosecond);
+
+// The floor: copying one frame.
+void BM_Memcpy720p(benchmark::State& state) {
+    DIB out(kWidth, kHeight);
+    for (auto _ : state)
+        std::memcpy(out.DIBPtr(), Frames()[0].DIBPtr(), out.BufferSize());
+    benchmark::DoNotOptimize(out.DIBPtr()[0]);
+}
+BENCHMARK(BM_Memcpy720p)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

@@ -60,25 +60,27 @@ void MotionDetect::DiffFrames(const DIB& frame) {
     command_.Poll();
     if (!PrepareWork(frame)) return;
     const int w = frame.Width(), h = frame.Height();
-    if (diff_pre_blur_radius_ < 1)
-        CopyPixels(current_, frame);
-    else
-        Blur(frame.DIBPtr(), current_.DIBPtr(), h, w, diff_pre_blur_radius_);
-    if (!previous_data_valid_) {
-        CopyPixels(previous_, current_);
-        previous_data_valid_ = true;
-    }
     // The full histogram and the difference picture only when a mask or the setup view
-    // needs them on every frame; otherwise a trigger makes them (see Trigger).
-    if (keep_histogram_ || !mask_.FileName().empty()) {
-        MakeDifference();
-        masked_channels_ = mask_.Apply(difference_, view_.histogram.data(), feed_number_ + 1);
-    } else {
-        const DiffCounts counts = DiffCount(current_.DIBPtr(), previous_.DIBPtr(), w, h,
-                                            darker_motion_limit_, brighter_motion_limit_);
+    // needs them on every frame; otherwise a trigger makes them (see CalculateMotion).
+    const bool full = keep_histogram_ || !mask_.FileName().empty();
+    if (!full && previous_data_valid_) {
+        const DiffCounts counts =
+            BlurDiffCount(frame.DIBPtr(), current_.DIBPtr(), previous_.DIBPtr(), w, h,
+                          diff_pre_blur_radius_, darker_motion_limit_, brighter_motion_limit_);
         counts_ = {counts.count, counts.lowest, counts.highest};
         view_.histogram_valid = false;
         masked_channels_ = 0;
+    } else {
+        if (diff_pre_blur_radius_ < 1)
+            CopyPixels(current_, frame);
+        else
+            Blur(frame.DIBPtr(), current_.DIBPtr(), h, w, diff_pre_blur_radius_);
+        if (!previous_data_valid_) {
+            CopyPixels(previous_, current_);
+            previous_data_valid_ = true;
+        }
+        MakeDifference();
+        masked_channels_ = mask_.Apply(difference_, view_.histogram.data(), feed_number_ + 1);
     }
     CalculateMotion(frame);
     // The current picture becomes the previous one; the old previous is written over next.

@@ -69,37 +69,45 @@ void BlurStrip(const std::uint8_t* source, std::uint8_t* destination, int height
     }
 }
 
-// The 3 x 3 box, the motion detector's usual pre-blur, row by row in strips whose column sums
-// stay in the first-level cache.
-void Box3(const std::uint8_t* source, std::uint8_t* destination, int height, int width) {
-    constexpr int kBox3Strip = 1024;
-    const int pitch = kernel::RowBytes(width);
-    const kernel::Box3RowFn box_row = kernel::FastestBox3Row();
-    const fixed::BoxDivider divider = fixed::BoxDivider::ForRadius(1);
-    u16 sums[kBox3Strip * 3 + 6];
-    for (int y = 0; y < height; ++y) {
-        const std::uint8_t* row = source + static_cast<std::ptrdiff_t>(y) * pitch;
-        const std::uint8_t* below = y > 0 ? row - pitch : row;
-        const std::uint8_t* above = y + 1 < height ? row + pitch : row;
-        std::uint8_t* out = destination + static_cast<std::ptrdiff_t>(y) * pitch;
-        for (int first = 0; first < width; first += kBox3Strip) {
-            const int count = std::min(kBox3Strip, width - first);
-            box_row(above + first * 3, row + first * 3, below + first * 3, out + first * 3, sums,
-                    count * 3, first == 0, first + count == width, divider);
-        }
-    }
-}
-
 } // namespace
 
 void Blur(const std::uint8_t* source, std::uint8_t* destination, int height, int width,
           int radius) {
     if (!source || !destination || width <= 0 || height <= 0) return;
     radius = std::clamp(radius, 1, kMaxBlurRadius);
-    if (radius == 1) return Box3(source, destination, height, width);
+    if (radius == 1) {
+        for (int y = 0; y < height; ++y)
+            kernel::Box3Row(source, destination, height, width, y);
+        return;
+    }
     for (int first = 0; first < width; first += kStripPixels)
         BlurStrip(source, destination, height, width, radius, first,
                   std::min(kStripPixels, width - first));
+}
+
+DiffCounts BlurDiffCount(const std::uint8_t* frame, std::uint8_t* current,
+                         const std::uint8_t* previous, int width, int height, int radius,
+                         int darker_limit, int brighter_limit) {
+    if (!frame || !current || !previous || width <= 0 || height <= 0) return {};
+    const int pitch = kernel::RowBytes(width);
+    if (radius > 1) {
+        Blur(frame, current, height, width, radius);
+        return DiffCount(current, previous, width, height, darker_limit, brighter_limit);
+    }
+    // Each row is counted while it is still in the first-level cache.
+    const kernel::DiffCountRowFn count_row = kernel::FastestDiffCountRow();
+    const auto darker = static_cast<std::uint8_t>(std::clamp(darker_limit, 0, 255));
+    const auto brighter = static_cast<std::uint8_t>(std::clamp(brighter_limit, 0, 255));
+    kernel::DiffTally tally;
+    for (int y = 0; y < height; ++y) {
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(y) * pitch;
+        if (radius == 1)
+            kernel::Box3Row(frame, current, height, width, y);
+        else
+            std::memcpy(current + at, frame + at, static_cast<std::size_t>(pitch));
+        count_row(current + at, previous + at, width * 3, darker, brighter, tally);
+    }
+    return {tally.count, tally.lowest, tally.highest};
 }
 
 } // namespace tess

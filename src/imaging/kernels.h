@@ -57,6 +57,13 @@ struct DiffCounts {
 DiffCounts DiffCount(const std::uint8_t* current, const std::uint8_t* previous, int width,
                      int height, int darker_limit, int brighter_limit);
 
+// The motion detector's per-frame work in one pass: current = frame blurred with `radius`
+// (copied when below 1), then DiffCount of current against previous. The same results as Blur
+// (or a copy) followed by DiffCount.
+DiffCounts BlurDiffCount(const std::uint8_t* frame, std::uint8_t* current,
+                         const std::uint8_t* previous, int width, int height, int radius,
+                         int darker_limit, int brighter_limit);
+
 // Source drawn rotated clockwise (as seen) into the centre of the destination: first by the
 // whole quarter turns in `angle` degrees, then by the rest as three shears with 16.16 factors
 // (horizontal by shear_a, vertical by shear_b, horizontal by shear_a). Destination pixels

@@ -40,6 +40,23 @@ void DiffCountRowScalar(const std::uint8_t* now, const std::uint8_t* before, int
     tally.highest = highest;
 }
 
+void Box3Row(const std::uint8_t* source, std::uint8_t* destination, int height, int width, int y) {
+    constexpr int kStrip = 1024;
+    static const Box3RowFn box_row = FastestBox3Row();
+    constexpr fixed::BoxDivider kDivider = fixed::BoxDivider::ForRadius(1);
+    const int pitch = RowBytes(width);
+    std::uint16_t sums[kStrip * 3 + 6];
+    const std::uint8_t* row = source + static_cast<std::ptrdiff_t>(y) * pitch;
+    const std::uint8_t* below = y > 0 ? row - pitch : row;
+    const std::uint8_t* above = y + 1 < height ? row + pitch : row;
+    std::uint8_t* out = destination + static_cast<std::ptrdiff_t>(y) * pitch;
+    for (int first = 0; first < width; first += kStrip) {
+        const int count = std::min(kStrip, width - first);
+        box_row(above + first * 3, row + first * 3, below + first * 3, out + first * 3, sums,
+                count * 3, first == 0, first + count == width, kDivider);
+    }
+}
+
 Box3RowFn FastestBox3Row() {
 #if defined(__x86_64__)
     static const bool avx2 = __builtin_cpu_supports("avx2");

@@ -46,6 +46,10 @@ void DiffCountRowAvx2(const std::uint8_t* now, const std::uint8_t* before, int n
 // Fills the sums beyond a strip's ends that lie outside the picture with the edge pixel's.
 void RepeatEdges(std::uint16_t* sums_at_strip, int n, bool left_edge, bool right_edge);
 
+// Row y of the 3 x 3 box of a whole picture, with the fastest loop, in strips whose column
+// sums stay in the first-level cache.
+void Box3Row(const std::uint8_t* source, std::uint8_t* destination, int height, int width, int y);
+
 // The loops this machine runs.
 Box3RowFn FastestBox3Row();
 DiffCountRowFn FastestDiffCountRow();
