@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "capture/pgm_reader.h"
 #include "imaging/blit.h"
+#include "imaging/picture.h"
 
 #include <cstring>
 
@@ -20,22 +21,17 @@ bool Ignored(const std::uint8_t* bgr) {
     return bgr[0] < 128 && bgr[1] < 128 && bgr[2] < 128;
 }
 
-PictureStatus ReadMask(const std::string& path, DIB& mask) {
+// Any picture file we read, or else a grey map, which pictures never come as.
+PictureStatus ReadMask(const std::string& file_name, DIB& mask) {
+    Picture picture;
+    const PictureStatus status = picture.LoadFile(file_name);
+    if (status == PictureStatus::Ok) mask = std::move(picture.Pixels());
+    if (status != PictureStatus::UnknownFormat) return status;
     std::string bytes;
-    switch (ReadWholeFile(path, bytes, kMaxMaskFileBytes)) {
-    case ReadStatus::Ok:
-        break;
-    case ReadStatus::Missing:
-        return PictureStatus::Missing;
-    case ReadStatus::TooLarge:
-        return PictureStatus::TooLarge;
-    default:
+    if (ReadWholeFile(PathFromSettings(file_name), bytes, kMaxMaskFileBytes) != ReadStatus::Ok)
         return PictureStatus::Unreadable;
-    }
     const Bytes file(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    if (IsPgm(file)) return DecodePgm(file, mask);
-    DIB opacity;
-    return DecodePicture(file, mask, opacity);
+    return IsPgm(file) ? DecodePgm(file, mask) : status;
 }
 
 } // namespace
@@ -81,7 +77,7 @@ bool MotionMask::Prepare(int width, int height, int feed) {
     ignored_ = 0;
     const std::string path = PathFromSettings(file_name_);
     DIB picture;
-    const PictureStatus status = ReadMask(path, picture);
+    const PictureStatus status = ReadMask(file_name_, picture);
     if (status != PictureStatus::Ok) {
         LogError("Motion mask of feed {}: {}: {}; the whole picture is watched", feed, path,
                  PictureStatusText(status));

@@ -146,7 +146,12 @@ TEST_P(MotionDetectTest, SizeChangeReprimesAndBadFramesAreSkipped) {
     EXPECT_TRUE(motion_.Enabled());
     const DIB white = Flat(40, 30, 255);
     EXPECT_EQ(Run({&white}), (std::vector<int>{0})); // still compares after all that
-    const DIB odd = Flat(33, 7, 0);                  // rows padded to 4 bytes
+    // A camera that changes its size on every frame never triggers and never stops the detector.
+    const DIB wide = Flat(64, 8, 255);
+    for (int i = 0; i < 10; ++i)
+        EXPECT_TRUE(Run({i % 2 ? &wide : &big}).empty());
+    EXPECT_TRUE(motion_.Enabled());
+    const DIB odd = Flat(33, 7, 0); // rows padded to 4 bytes
     EXPECT_TRUE(Run({&odd, &odd}).empty());
     if (GetParam()) EXPECT_EQ(motion_.View().histogram[128], 33u * 7 * 3);
 }
