@@ -2,6 +2,9 @@
 // decoder must return a status without crashing, leaking or taking giant allocations, and
 // what it accepts must be a whole picture.
 
+#if defined(TESS_FUZZ_PGM)
+#include "capture/pgm_reader.h"
+#endif
 #include "imaging/jpeg.h"
 #include "imaging/picture_decoders.h"
 
@@ -15,6 +18,9 @@ tess::PictureStatus Decode(tess::Bytes bytes, tess::DIB& pixels, tess::DIB& opac
     (void)opacity;
     return tess::DecodeJpegIntoDIB(bytes, pixels) ? tess::PictureStatus::Ok
                                                   : tess::PictureStatus::Corrupt;
+#elif defined(TESS_FUZZ_PGM) // motion masks
+    (void)opacity;
+    return tess::DecodePgm(bytes, pixels);
 #else
     return TESS_FUZZ_DECODER(bytes, pixels, opacity);
 #endif
