@@ -44,7 +44,15 @@ public:
     MotionDetect& operator=(const MotionDetect&) = delete;
 
     bool Enabled() const { return enabled_; }
-    void SetEnabled(bool value) { Mark(StoreIfChanged(enabled_, value)); }
+    // Switching on starts afresh: the first frame only primes, the rest counter is at 0.
+    void SetEnabled(bool value) {
+        const bool changed = StoreIfChanged(enabled_, value);
+        if (changed && value) {
+            previous_data_valid_ = false;
+            motion_trigger_time_ = 0;
+        }
+        Mark(changed);
+    }
     // The driver index of the owning feed; events name the feed by it.
     std::int32_t FeedNumber() const { return feed_number_; }
     void SetFeedNumber(std::int32_t value) { feed_number_ = value; }

@@ -146,6 +146,11 @@ TEST_P(MotionDetectTest, SizeChangeReprimesAndBadFramesAreSkipped) {
     EXPECT_TRUE(motion_.Enabled());
     const DIB white = Flat(40, 30, 255);
     EXPECT_EQ(Run({&white}), (std::vector<int>{0})); // still compares after all that
+    // Switched off and on again, a frame is not compared with the one from before.
+    motion_.SetEnabled(false);
+    motion_.SetEnabled(true);
+    EXPECT_FALSE(motion_.PreviousDataValid());
+    EXPECT_TRUE(Run({&big}).empty());
     // A camera that changes its size on every frame never triggers and never stops the detector.
     const DIB wide = Flat(64, 8, 255);
     for (int i = 0; i < 10; ++i)
