@@ -3,6 +3,9 @@
 // what it accepts must be a whole picture.
 
 #include "imaging/blit.h"
+#if defined(TESS_FUZZ_PGM)
+#include "capture/pgm_reader.h"
+#endif
 #include "imaging/jpeg.h"
 #include "imaging/picture_decoders.h"
 
@@ -18,6 +21,9 @@ tess::PictureStatus Decode(tess::Bytes bytes, tess::DIB& pixels, tess::DIB& opac
     (void)opacity;
     return tess::DecodeJpegIntoDIB(bytes, pixels) ? tess::PictureStatus::Ok
                                                   : tess::PictureStatus::Corrupt;
+#elif defined(TESS_FUZZ_PGM) // motion masks
+    (void)opacity;
+    return tess::DecodePgm(bytes, pixels);
 #else
     return TESS_FUZZ_DECODER(bytes, pixels, opacity);
 #endif

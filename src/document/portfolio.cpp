@@ -20,6 +20,11 @@ Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
         canvases_[slot] = std::make_unique<tess::Canvas>(slot, sun);
     composition_.tags.sun = &sun;
     composition_.tags.karvell = &karvell_;
+    // "<MotionDetectTime3>" names feed 3, as the portfolio file's "Feed3..." keys do.
+    composition_.tags.motion_time = [this](int feed) {
+        return feed >= 0 && feed < kVideoFeeds ? feeds_[feed].MotionDetect().LastMotionTriggerTime()
+                                               : 0.0;
+    };
     // A canvas showing another one shows what that one composed last; one that shows itself,
     // directly or round a circle of canvases, shows its own previous picture.
     composition_.canvas_picture = [this](int slot) -> SharedPicture {

@@ -169,6 +169,10 @@ void Portfolio::LoadVideoFeeds() {
         m.SetSaveSequential(keys.Bool(key("MotionSaveSequential"), false));
         m.SetSaveSequentialPath(keys.Text(key("MotionSaveSequentialPath"), "motion\\"));
         m.SetShowDiffImageCoverage(keys.Bool(key("MotionShowDiffImageCoverage"), false));
+        m.SetMaskFileName(keys.Text(key("MotionMaskFile"), ""));
+        m.SetLightChangeGuard(keys.Long(key("MotionLightChangeGuard"), "0"));
+        m.SetTriggerCommand(keys.Text(key("MotionTriggerCommand"), ""));
+        m.SetTriggerCommandTimeLimit(keys.Long(key("MotionTriggerCommandTimeLimit"), "30"));
     }
 }
 
@@ -195,6 +199,10 @@ void Portfolio::SaveVideoFeeds() {
         keys.SetBool(key("MotionSaveSequential"), m.SaveSequential());
         keys.SetText(key("MotionSaveSequentialPath"), m.SaveSequentialPath());
         keys.SetBool(key("MotionShowDiffImageCoverage"), m.ShowDiffImageCoverage());
+        keys.SetText(key("MotionMaskFile"), m.MaskFileName());
+        keys.SetLong(key("MotionLightChangeGuard"), m.LightChangeGuard());
+        keys.SetText(key("MotionTriggerCommand"), m.TriggerCommand());
+        keys.SetLong(key("MotionTriggerCommandTimeLimit"), m.TriggerCommandTimeLimit());
     }
     NoteWrite(keys.WritesOk());
 }

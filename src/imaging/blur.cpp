@@ -1,5 +1,6 @@
 #include "imaging/kernel_support.h"
 #include "imaging/kernels.h"
+#include "imaging/motion_rows.h"
 
 #include <cstring>
 
@@ -74,9 +75,39 @@ void Blur(const std::uint8_t* source, std::uint8_t* destination, int height, int
           int radius) {
     if (!source || !destination || width <= 0 || height <= 0) return;
     radius = std::clamp(radius, 1, kMaxBlurRadius);
+    if (radius == 1) {
+        for (int y = 0; y < height; ++y)
+            kernel::Box3Row(source, destination, height, width, y);
+        return;
+    }
     for (int first = 0; first < width; first += kStripPixels)
         BlurStrip(source, destination, height, width, radius, first,
                   std::min(kStripPixels, width - first));
+}
+
+DiffCounts BlurDiffCount(const std::uint8_t* frame, std::uint8_t* current,
+                         const std::uint8_t* previous, int width, int height, int radius,
+                         int darker_limit, int brighter_limit) {
+    if (!frame || !current || !previous || width <= 0 || height <= 0) return {};
+    const int pitch = kernel::RowBytes(width);
+    if (radius > 1) {
+        Blur(frame, current, height, width, radius);
+        return DiffCount(current, previous, width, height, darker_limit, brighter_limit);
+    }
+    // Each row is counted while it is still in the first-level cache.
+    const kernel::DiffCountRowFn count_row = kernel::FastestDiffCountRow();
+    const auto darker = static_cast<std::uint8_t>(std::clamp(darker_limit, 0, 255));
+    const auto brighter = static_cast<std::uint8_t>(std::clamp(brighter_limit, 0, 255));
+    kernel::DiffTally tally;
+    for (int y = 0; y < height; ++y) {
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(y) * pitch;
+        if (radius == 1)
+            kernel::Box3Row(frame, current, height, width, y);
+        else
+            std::memcpy(current + at, frame + at, static_cast<std::size_t>(pitch));
+        count_row(current + at, previous + at, width * 3, darker, brighter, tally);
+    }
+    return {tally.count, tally.lowest, tally.highest};
 }
 
 } // namespace tess

@@ -1,5 +1,6 @@
 #include "imaging/kernel_support.h"
 #include "imaging/kernels.h"
+#include "imaging/motion_rows.h"
 
 #include <cstring>
 
@@ -44,6 +45,26 @@ void Diff(const std::uint8_t* current, const std::uint8_t* previous, std::uint8_
     if (!histogram) return;
     for (int bin = 0; bin < 256; ++bin)
         histogram[bin] = tables[0][bin] + tables[1][bin] + tables[2][bin] + tables[3][bin];
+}
+
+DiffCounts DiffCount(const std::uint8_t* current, const std::uint8_t* previous, int width,
+                     int height, int darker_limit, int brighter_limit) {
+    DiffCounts out;
+    if (!current || !previous || width <= 0 || height <= 0) return out;
+    const int darker = std::clamp(darker_limit, 0, 255),
+              brighter = std::clamp(brighter_limit, 0, 255);
+    const int pitch = kernel::RowBytes(width), n = width * 3;
+    const kernel::DiffCountRowFn count_row = kernel::FastestDiffCountRow();
+    kernel::DiffTally tally;
+    for (int y = 0; y < height; ++y) {
+        const std::ptrdiff_t at = static_cast<std::ptrdiff_t>(y) * pitch;
+        count_row(current + at, previous + at, n, static_cast<std::uint8_t>(darker),
+                  static_cast<std::uint8_t>(brighter), tally);
+    }
+    out.count = tally.count;
+    out.lowest = tally.lowest;
+    out.highest = tally.highest;
+    return out;
 }
 
 } // namespace tess

@@ -45,6 +45,25 @@ void Blur(const std::uint8_t* source, std::uint8_t* destination, int height, int
 void Diff(const std::uint8_t* current, const std::uint8_t* previous, std::uint8_t* difference,
           int width, int height, std::uint32_t* histogram);
 
+// What Diff's histogram tells the motion detector, counted without writing the difference:
+// how many channel levels are at or below `darker_limit` plus how many are at or above
+// `brighter_limit` (both taken within 0..255), and the lowest and highest level (128 when
+// none is below or above it).
+struct DiffCounts {
+    std::uint64_t count = 0;
+    int lowest = 128;
+    int highest = 128;
+};
+DiffCounts DiffCount(const std::uint8_t* current, const std::uint8_t* previous, int width,
+                     int height, int darker_limit, int brighter_limit);
+
+// The motion detector's per-frame work in one pass: current = frame blurred with `radius`
+// (copied when below 1), then DiffCount of current against previous. The same results as Blur
+// (or a copy) followed by DiffCount.
+DiffCounts BlurDiffCount(const std::uint8_t* frame, std::uint8_t* current,
+                         const std::uint8_t* previous, int width, int height, int radius,
+                         int darker_limit, int brighter_limit);
+
 // Source drawn rotated clockwise (as seen) into the centre of the destination: first by the
 // whole quarter turns in `angle` degrees, then by the rest as three shears with 16.16 factors
 // (horizontal by shear_a, vertical by shear_b, horizontal by shear_a). Destination pixels

@@ -112,6 +112,27 @@ void Diff(const std::uint8_t* current, const std::uint8_t* previous, std::uint8_
     }
 }
 
+DiffCounts DiffCount(const std::uint8_t* current, const std::uint8_t* previous, int width,
+                     int height, int darker_limit, int brighter_limit) {
+    DiffCounts out;
+    if (!current || !previous || width <= 0 || height <= 0) return out;
+    darker_limit = std::clamp(darker_limit, 0, 255);
+    brighter_limit = std::clamp(brighter_limit, 0, 255);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                int v = 128 + PixelAt(current, width, x, y)[c] - PixelAt(previous, width, x, y)[c];
+                v = std::clamp(v, 0, 255);
+                if (v <= darker_limit) ++out.count;
+                if (v >= brighter_limit) ++out.count;
+                out.lowest = std::min(out.lowest, v);
+                out.highest = std::max(out.highest, v);
+            }
+        }
+    }
+    return out;
+}
+
 void Rotate(const std::uint8_t* source, int source_width, int source_height,
             std::uint8_t* destination, int destination_width, int destination_height, int angle,
             int shear_a, int shear_b, int /*reserved*/) {

@@ -4,6 +4,7 @@
 // at a time in the most obvious way. They exist to check the fast kernels against (tests and
 // benchmarks) and are not used by the program. Unlike the fast ones, they may allocate.
 
+#include "imaging/kernels.h"
 #include "imaging/transparent_color.h"
 
 #include <cstdint>
@@ -16,6 +17,8 @@ void DIB1624(std::uint8_t* buffer, int width, int height);
 void Blur(const std::uint8_t* source, std::uint8_t* destination, int height, int width, int radius);
 void Diff(const std::uint8_t* current, const std::uint8_t* previous, std::uint8_t* difference,
           int width, int height, std::uint32_t* histogram);
+DiffCounts DiffCount(const std::uint8_t* current, const std::uint8_t* previous, int width,
+                     int height, int darker_limit, int brighter_limit);
 void Rotate(const std::uint8_t* source, int source_width, int source_height,
             std::uint8_t* destination, int destination_width, int destination_height, int angle,
             int shear_a, int shear_b, int reserved);

@@ -37,6 +37,10 @@ void ChangeFeed(VideoFeed& feed, int i) {
     m.SetSaveSequential(true);
     m.SetSaveSequentialPath("cams\\motion\\");
     m.SetShowDiffImageCoverage(true);
+    m.SetMaskFileName("cams\\mask.png");
+    m.SetLightChangeGuard(75);
+    m.SetTriggerCommand("notify-send 'motion %f' %s");
+    m.SetTriggerCommandTimeLimit(5);
 }
 
 void ChangePortfolio(Portfolio& p, const test::TempDir& dir) {
@@ -100,7 +104,7 @@ TEST_F(PortfolioFileTest, EveryKeyChangedFromItsDefaultSurvivesARoundTrip) {
     const std::string saved = ReadFileBytes(dir_.File("changed.por"));
 
     auto keys = ExpectEveryKeyChanged(saved, Golden("document", "new_portfolio.por"));
-    EXPECT_EQ(keys.compared, 20 + 170 + 11 + 4 + 12);
+    EXPECT_EQ(keys.compared, 20 + 210 + 11 + 4 + 12);
     EXPECT_EQ(keys.only_changed, 0);
 
     Portfolio loaded(sun_);

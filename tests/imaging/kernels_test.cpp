@@ -3,6 +3,7 @@
 
 #include "imaging/kernels.h"
 #include "imaging/kernels_reference.h"
+#include "imaging/motion_rows.h"
 #include "imaging/rotate_rows.h"
 #include "imaging/rotation.h"
 
@@ -107,6 +108,79 @@ TEST(KernelsMatchReference, BlurAndDiff) {
     Blur(wide.data(), fast.data(), 5, 700, 2);
     reference::Blur(wide.data(), slow.data(), 5, 700, 2);
     EXPECT_TRUE(SamePixels(fast, slow));
+}
+
+TEST(KernelsMatchReference, DiffCountAndTheMotionRowLoops) {
+    std::mt19937 rng(5);
+    for (const auto& size : kOddSizes) {
+        Bitmap now(size[0], size[1]), before(size[0], size[1]);
+        now.Randomize(rng);
+        before.bytes = now.bytes;
+        for (std::size_t i = 0; i < before.bytes.size(); i += 1 + rng() % 4) // small changes
+            before.bytes[i] = static_cast<std::uint8_t>(before.bytes[i] + rng() % 61 - 30);
+        Bitmap difference(size[0], size[1]);
+        std::uint32_t bins[256];
+        Diff(now.data(), before.data(), difference.data(), now.width, now.height, bins);
+        for (auto [dark, bright] : {std::pair{0, 255}, std::pair{110, 140}, std::pair{128, 128}}) {
+            const DiffCounts fast =
+                DiffCount(now.data(), before.data(), now.width, now.height, dark, bright);
+            const DiffCounts slow = reference::DiffCount(now.data(), before.data(), now.width,
+                                                         now.height, dark, bright);
+            EXPECT_EQ(fast.count, slow.count) << size[0] << "x" << size[1];
+            EXPECT_EQ(fast.lowest, slow.lowest);
+            EXPECT_EQ(fast.highest, slow.highest);
+            // The same figures as the histogram gives.
+            std::uint64_t from_bins = 0;
+            for (int bin = 0; bin < 256; ++bin)
+                from_bins += (bin <= dark ? bins[bin] : 0) + (bin >= bright ? bins[bin] : 0);
+            EXPECT_EQ(fast.count, from_bins);
+        }
+    }
+    // The one-pass motion kernel gives what its two steps give.
+    for (const auto& size : kOddSizes) {
+        Bitmap frame(size[0], size[1]), previous(size[0], size[1]);
+        frame.Randomize(rng);
+        previous.Randomize(rng);
+        for (int radius : {0, 1, 2}) {
+            Bitmap fast(size[0], size[1]), slow(size[0], size[1]);
+            const DiffCounts one = BlurDiffCount(frame.data(), fast.data(), previous.data(),
+                                                 frame.width, frame.height, radius, 100, 160);
+            if (radius < 1)
+                slow.bytes = frame.bytes;
+            else
+                reference::Blur(frame.data(), slow.data(), slow.height, slow.width, radius);
+            const DiffCounts two = reference::DiffCount(slow.data(), previous.data(), slow.width,
+                                                        slow.height, 100, 160);
+            EXPECT_TRUE(SamePixels(fast, slow)) << "radius " << radius;
+            EXPECT_EQ(one.count, two.count);
+            EXPECT_EQ(one.lowest, two.lowest);
+            EXPECT_EQ(one.highest, two.highest);
+        }
+    }
+    // Both loops of each kind on rows long enough for every vector step and tail, as a middle
+    // strip (reading the pixels beside it) and as a whole row.
+    std::vector<std::uint8_t> rows(3 * 700);
+    for (auto& b : rows)
+        b = static_cast<std::uint8_t>(rng());
+    const fixed::BoxDivider divider = fixed::BoxDivider::ForRadius(1);
+    for (int n : {3, 48, 99, 3 * 200}) {
+        for (bool edges : {false, true}) {
+            std::vector<std::uint8_t> a(n), b(n);
+            std::vector<std::uint16_t> sa(n + 6), sb(n + 6);
+            const std::uint8_t* p = rows.data() + 6;
+            kernel::Box3RowScalar(p, p + 700, p + 1400, a.data(), sa.data(), n, edges, edges,
+                                  divider);
+            kernel::FastestBox3Row()(p, p + 700, p + 1400, b.data(), sb.data(), n, edges, edges,
+                                     divider);
+            EXPECT_EQ(a, b) << n;
+        }
+        kernel::DiffTally ta, tb;
+        kernel::DiffCountRowScalar(rows.data(), rows.data() + 700, n, 100, 150, ta);
+        kernel::FastestDiffCountRow()(rows.data(), rows.data() + 700, n, 100, 150, tb);
+        EXPECT_EQ(ta.count, tb.count);
+        EXPECT_EQ(ta.lowest, tb.lowest);
+        EXPECT_EQ(ta.highest, tb.highest);
+    }
 }
 
 // A copy of some bytes that ends where an unreadable page begins: reading even one byte past
