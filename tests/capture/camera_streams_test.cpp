@@ -48,6 +48,23 @@ int FreePort() {
     return ntohs(address.sin_port);
 }
 
+// Waits until something listens on the port; false after `limit`.
+bool Listening(int port, std::chrono::milliseconds limit) {
+    const auto end = Steady::now() + limit;
+    while (Steady::now() < end) {
+        const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        ::close(fd);
+        if (ok) return true;
+        std::this_thread::sleep_for(20ms);
+    }
+    return false;
+}
+
 // A feed on driver 0 with the real clock, ticked like the update loop does.
 struct LiveFeed {
     CaptureDrivers drivers;
@@ -112,7 +129,8 @@ const char* kMultipartHead =
     "HTTP/1.1 200 OK\r\nContent-Type: multipart/x-mixed-replace;boundary=frame\r\n\r\n";
 
 TEST(CameraStreams, TestSourceFramesArriveAndOnlyTheNewestIsKept) {
-    LiveFeed live("lavfi:color=c=red:size=64x48:rate=25");
+    // Red, with a blue band along the top: the frame must not come out upside down.
+    LiveFeed live("lavfi:color=c=red:size=64x48:rate=25,drawbox=x=0:y=0:w=64:h=8:c=blue:t=fill");
     ASSERT_TRUE(live.feed.IsOpen());
     ASSERT_TRUE(live.TickUntil([&] { return live.feed.Valid(); }, 5000ms));
     EXPECT_EQ(live.feed.Width(), 64);
@@ -122,6 +140,9 @@ TEST(CameraStreams, TestSourceFramesArriveAndOnlyTheNewestIsKept) {
     EXPECT_LE(pixel[0], 4);
     EXPECT_LE(pixel[1], 4);
     EXPECT_GE(pixel[2], 250);
+    const std::uint8_t* top = live.feed.DIB().scanline(2) + 30 * 3;
+    EXPECT_GE(top[0], 250);
+    EXPECT_LE(top[2], 4);
 
     // Ten frames come while nobody grabs; the next grab gets one frame, the newest.
     const std::int32_t before = live.Frames();
@@ -168,6 +189,23 @@ TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
     EXPECT_GE(checked, 10);
 }
 
+// An endless stream of garbage under an MJPEG header: no frame, no crash, and the feed still
+// closes at once.
+TEST(CameraStreams, EndlessGarbageGivesNoFrame) {
+    std::string noise(64 * 1024, '\0');
+    for (std::size_t i = 0; i < noise.size(); ++i)
+        noise[i] = static_cast<char>((i * 2654435761u) >> 13);
+    ServedCamera camera;
+    camera.server.Endless("/cam", kMultipartHead, noise);
+    camera.Start();
+    LiveFeed live(camera.server.Url("/cam"));
+    EXPECT_FALSE(live.TickUntil([&] { return live.feed.Valid(); }, 2000ms));
+    EXPECT_LT(live.slowest_tick_ms, kTickBudgetMs);
+    const auto start = Steady::now();
+    live.feed.SetEnabled(false);
+    EXPECT_LT(Steady::now() - start, 500ms);
+}
+
 // A camera host that takes the connection and never answers costs the loop nothing, and
 // closing the feed does not wait for the host either.
 TEST(CameraStreams, SilentHostDelaysNoTick) {
@@ -205,7 +243,8 @@ TEST(CameraStreams, JunkAddressFailsAtOnceWithTheMessage) {
 // The RTSP server goes away and comes back: the feed keeps its picture meanwhile and has
 // new frames within three seconds of the server's return, with nobody doing anything.
 TEST(CameraStreams, RtspCameraComesBackAfterTheServerRestarts) {
-    const std::string port = std::to_string(FreePort());
+    const int port_number = FreePort();
+    const std::string port = std::to_string(port_number);
     const std::vector<std::string> server = {"/usr/bin/python3",
                                              TESS_SOURCE_DIR "/tests/capture/rtsp_camera.py", port};
     auto rtsp = std::make_unique<test::Process>(server, ".");
@@ -223,8 +262,9 @@ TEST(CameraStreams, RtspCameraComesBackAfterTheServerRestarts) {
     EXPECT_EQ(live.feed.Width(), 320); // the last good frame stays
 
     rtsp = std::make_unique<test::Process>(server, ".");
+    ASSERT_TRUE(Listening(port_number, 20000ms));
     const std::int32_t before = live.Frames();
-    const auto back = Steady::now();
+    const auto back = Steady::now(); // the server answers again
     ASSERT_TRUE(live.TickUntil([&] { return live.Frames() > before; }, 10000ms));
     EXPECT_LT(Steady::now() - back, 3s);
     EXPECT_LT(live.slowest_tick_ms, kTickBudgetMs);
