@@ -1,6 +1,7 @@
 #include "capture/ffmpeg_capture.h"
 
 #include "capture/ffmpeg_session.h"
+#include "capture/host_probe.h"
 
 #include <algorithm>
 #include <utility>
@@ -103,6 +104,23 @@ bool FfmpegCapture::Wait(std::chrono::milliseconds time) {
     return !wake_reader_.wait_for(lock, time, [this] { return stop_.load(); });
 }
 
+// A whole session is tried only after the back-off, but the host of a network camera that
+// refused connections is asked every second whether it takes them again, so a camera that
+// returns during a long wait is back within a second or two. A host that is up while its
+// stream fails keeps the full back-off.
+bool FfmpegCapture::WaitForReturn(std::chrono::milliseconds backoff) {
+    const auto end = std::chrono::steady_clock::now() + backoff;
+    const HostPort host = NetworkHost(source_);
+    const bool was_down = !host.host.empty() && !Accepts(host, kProbeTimeout);
+    while (true) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            end - std::chrono::steady_clock::now());
+        if (left <= std::chrono::milliseconds(0)) return !stop_;
+        if (!Wait(std::min(left, kProbeInterval))) return false;
+        if (was_down && Accepts(host, kProbeTimeout)) return !stop_;
+    }
+}
+
 // Only the newest frame is kept: the one waiting is replaced, never queued behind.
 void FfmpegCapture::Publish(RawFrame& frame) {
     bool wanted = false;
@@ -132,7 +150,7 @@ void FfmpegCapture::ReaderLoop() {
             continue;
         }
         SetState(ReaderState::Retrying, session.Error());
-        if (!Wait(backoff)) break;
+        if (!WaitForReturn(backoff)) break;
         backoff = std::min(backoff * 2, kLongestRetry);
     }
 }

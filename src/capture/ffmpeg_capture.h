@@ -26,6 +26,8 @@ class FfmpegCapture : public CaptureDriver {
 public:
     static constexpr std::chrono::milliseconds kFirstRetry{1000};
     static constexpr std::chrono::milliseconds kLongestRetry{30000};
+    static constexpr std::chrono::milliseconds kProbeInterval{1000};
+    static constexpr std::chrono::milliseconds kProbeTimeout{300};
 
     // `frame_ready` is called on the reader thread when a frame arrives for an outstanding
     // grab; it must only post work to the loop thread.
@@ -50,6 +52,8 @@ private:
     void SetState(ReaderState state, std::string detail);
     // Sleeps unless stopped first; false when stopped.
     bool Wait(std::chrono::milliseconds time);
+    // Waits out a back-off, ending early when a network camera's host answers again.
+    bool WaitForReturn(std::chrono::milliseconds backoff);
 
     const CameraSource source_;
     const std::function<void()> frame_ready_;

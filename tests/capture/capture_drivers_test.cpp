@@ -1,10 +1,13 @@
 #include "capture/camera_source.h"
 #include "capture/capture_drivers.h"
+#include "capture/host_probe.h"
 #include "capture/v4l2_devices.h"
 #include "support/temp_dir.h"
 
 #include <filesystem>
 
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
 #include <gtest/gtest.h>
 
 namespace tess {
@@ -113,6 +116,28 @@ TEST(CameraUrls, EachKindGetsItsInputAndOptions) {
     EXPECT_EQ(missing.kind, CameraKind::Invalid);
     EXPECT_EQ(missing.problem, "the video file '/nowhere/clip.mp4' does not exist");
     EXPECT_EQ(ParseCameraUrl("http://cam/video.mjpg").kind, CameraKind::Http);
+}
+
+} // namespace
+} // namespace tess
+
+namespace tess {
+namespace {
+
+TEST(HostProbe, NumericHostsOfNetworkCamerasAreAskedWhetherTheyAcceptConnections) {
+    const HostPort rtsp = NetworkHost(ParseCameraUrl("rtsp://user:pw@10.1.2.3/live"));
+    EXPECT_EQ(rtsp.host, "10.1.2.3");
+    EXPECT_EQ(rtsp.port, 554);
+    EXPECT_EQ(NetworkHost(ParseCameraUrl("http://127.0.0.1:8081/x.mjpg")).port, 8081);
+    EXPECT_EQ(NetworkHost(ParseCameraUrl("http://camera.example/x.mjpg")).host, "");
+    EXPECT_EQ(NetworkHost(ParseCameraUrl("lavfi:testsrc2")).host, "");
+
+    asio::io_context loop;
+    asio::ip::tcp::acceptor listening(loop, {asio::ip::address_v4::loopback(), 0});
+    const int port = listening.local_endpoint().port();
+    EXPECT_TRUE(Accepts({"127.0.0.1", port}, std::chrono::milliseconds(300)));
+    listening.close();
+    EXPECT_FALSE(Accepts({"127.0.0.1", port}, std::chrono::milliseconds(300)));
 }
 
 } // namespace
