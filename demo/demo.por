@@ -12,3 +12,7 @@ Enabled=True
 AllowNonCanvasServes=True
 Port=18080
 WebPath=web
+[VideoFeeds]
+Feed0Name=Demo Camera
+Feed0Enabled=True
+Feed0FrameRate=10

@@ -1,6 +1,7 @@
 #include "app/portfolio_hosting.h"
 
 #include "app/application.h"
+#include "app/camera_hosting.h"
 #include "app/web_hosting.h"
 #include "document/portfolio.h"
 
@@ -16,6 +17,7 @@ void HostPortfolio(Application& app, Portfolio& portfolio) {
     composition.wake = [&app] { app.WakeSoon(); };
     composition.running = [&app] { return app.Running(); };
     portfolio.Outputs().wallpaper = &app.Wallpaper();
+    HostCameras(app, portfolio);
 }
 
 } // namespace tess

@@ -6,7 +6,14 @@ const std::string VideoFeed::kNoName;
 
 void VideoFeed::SetEnabled(bool value) {
     if (vfw_input_ == kNoInput) return;
-    needs_saving_ |= StoreIfChanged(enabled_, value);
+    const bool changed = StoreIfChanged(enabled_, value);
+    needs_saving_ |= changed;
+    // The file commands only edit settings; the running program opens the device.
+    if (!changed || !services_) return;
+    if (value)
+        OpenFeed();
+    else
+        CloseFeed();
 }
 
 void VideoFeed::SetVfWInput(std::int32_t value) {

@@ -4,12 +4,28 @@
 // detector. Opening the device and grabbing frames work on these values; a feed is opened
 // when Enabled becomes true and closed when it becomes false.
 
+#include "capture/capture_driver.h"
 #include "capture/motion_detect.h"
+#include "imaging/dib.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace tess {
+
+class DriverCatalog;
+
+// What an open feed reaches outside itself: the capture drivers, the program's clock and
+// the user interface's message box.
+struct CaptureServices {
+    const DriverCatalog* drivers = nullptr;
+    std::function<double()> now; // the program clock, as a date
+    std::function<void(std::string_view text, std::string_view caption)> message;
+};
 
 class VideoFeed {
 public:
@@ -45,7 +61,74 @@ public:
     bool NeedsSaving() const { return needs_saving_ || motion_.NeedsSaving(); }
     void SetNeedsSaving(bool value);
 
+    // ---- Capture (video_feed_capture.cpp) ----
+    static constexpr double kWatchdogSeconds = 5; // a grab re-issued after a lost frame
+    static constexpr std::int32_t kFrameWrap = 10000000;
+
+    VideoFeed();
+    ~VideoFeed();
+    VideoFeed(const VideoFeed&) = delete;
+    VideoFeed& operator=(const VideoFeed&) = delete;
+
+    // Without services (the file commands) Enabled is only a setting; with them, enabling
+    // opens the feed.
+    void SetCaptureServices(const CaptureServices* services) { services_ = services; }
+    void OpenFeed();
+    void CloseFeed();
+    bool ConnectDriver();
+    // The driver's description, "(2) " in front when another index has the same one.
+    std::string GetFeedName() const;
+    bool IsOpen() const { return driver_ != nullptr; }
+
+    // One tick of the update loop for an enabled feed: a grab is issued when the last one
+    // was answered and NextTime has come, or when no frame came for kWatchdogSeconds; a
+    // frame waiting for the grab is delivered at once.
+    void Grab(double now);
+    // The earliest time the feed needs a tick, or `limit`.
+    double NextDue(double limit) const;
+    // The driver delivered a frame; `now` is the tick's time.
+    void FrameCallback(const VideoHeader& header, double now);
+    void ErrorCallback(int id, std::string_view text);
+
+    bool HasSource() const { return has_source_; }
+    bool HasFormat() const { return has_format_; }
+    bool HasDisplay() const { return has_display_; }
+    double NextTime() const { return next_time_; }
+    double LastFrameTime() const { return last_frame_time_; }
+    double LastFrameInterval() const { return last_frame_interval_; }
+    std::int32_t FPS() const { return fps_; }
+    std::int32_t FRAME() const { return frame_; }
+    std::int32_t Width() const { return width_; }
+    std::int32_t Height() const { return height_; }
+    void SetWidth(std::int32_t value) { width_ = value; }
+    void SetHeight(std::int32_t value) { height_ = value; }
+    float BPP() const { return bpp_; }
+    bool Valid() const { return valid_; }
+    bool NewDIB() const { return new_dib_; }
+    void SetNewDIB(bool value) { new_dib_ = value; }
+    bool NewPreviewDIB() const { return new_preview_dib_; }
+    void SetNewPreviewDIB(bool value) { new_preview_dib_ = value; }
+    bool ResetFrame() const { return reset_frame_; }
+    void SetResetFrame(bool value) { reset_frame_ = value; }
+    bool ShowPreviewInSetup() const { return show_preview_in_setup_; }
+    void SetShowPreviewInSetup(bool value) { show_preview_in_setup_ = value; }
+    // One-shot: the next frame's header and format go to the log.
+    void SetShowDebugInfo(bool value) { show_debug_info_ = value; }
+    // The last frame as a 24-bit bitmap, and a number that changes with every new one.
+    const tess::DIB& DIB() const { return dib_; }
+    std::uint64_t FrameRevision() const { return revision_; }
+    // The driver's state in words ("receiving frames", "lost (...), retrying").
+    std::string DriverState() const;
+
 private:
+    bool CopyFrame(const VideoHeader& header, double bytes_per_pixel);
+    void LogFrameInfo(const VideoHeader& header, double bytes_per_pixel) const;
+    void CountFrame(double now);
+    // Where the motion detector takes each new frame; wired when the detector is built.
+    void FeedMotionDetector();
+    void Message(std::string_view text, std::string_view caption) const;
+    void ReportDriverState();
+
     static const std::string kNoName;
 
     bool enabled_ = false;
@@ -55,6 +138,30 @@ private:
     std::string feed_name_;
     tess::MotionDetect motion_;
     bool needs_saving_ = false;
+
+    const CaptureServices* services_ = nullptr;
+    std::unique_ptr<CaptureDriver> driver_;
+    bool has_source_ = false, has_format_ = false, has_display_ = false;
+    double next_time_ = 0;
+    double last_frame_time_ = 0;
+    double opened_time_ = 0;
+    double last_request_time_ = 0;
+    double last_frame_interval_ = 0;
+    std::int64_t fps_second_ = -1; // the second the frames being counted arrived in
+    std::int32_t fps_count_ = 0;
+    std::int32_t fps_ = 0;
+    std::int32_t frame_ = 0;
+    std::int32_t width_ = 0, height_ = 0;
+    float bpp_ = 0;
+    bool valid_ = false;
+    bool new_dib_ = false, new_preview_dib_ = false;
+    bool reset_frame_ = true;
+    bool show_preview_in_setup_ = false;
+    bool show_debug_info_ = false;
+    tess::DIB dib_;
+    std::vector<std::uint8_t> buffer_; // the staging copy of a frame
+    std::uint64_t revision_ = 0;
+    std::string driver_state_; // as last logged
 };
 
 } // namespace tess

@@ -127,7 +127,8 @@ bool Canvas::UpdateGraphics(const CompositionServices& services, bool reload) {
     auto hide = [this](CanvasItem& item) { NoteHidden(item); };
     return ForEachShown(graphics_.items, now, hide, [&](GraphicItem& item, int i) {
         bool changed = false;
-        if (reload || IsDue(item.NextTime(), item.Interval(), now)) {
+        if (reload || IsDue(item.NextTime(), item.Interval(), now) ||
+            item.FeedFrameWaiting(services)) {
             if (item.Scripted() && services.allow_graphic_update && services.graphic_update) {
                 services.graphic_update(canvas_value_, i);
                 if (!services.Running()) return false;

@@ -127,6 +127,8 @@ public:
     // The item is due: sets its next time and looks for a new source picture (a changed
     // file, a new frame, a download started); true when the picture changed.
     bool Refresh(const CompositionServices& services, double now);
+    // A video feed item whose feed has a picture it has not shown: due whatever its interval.
+    bool FeedFrameWaiting(const CompositionServices& services) const;
     // Gives changed settings to the Image and takes in a downloaded picture; true when the
     // finished picture changed.
     bool UpdateImage();

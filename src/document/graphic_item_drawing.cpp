@@ -21,6 +21,11 @@ bool GraphicItem::Refresh(const CompositionServices& services, double now) {
     return changed;
 }
 
+bool GraphicItem::FeedFrameWaiting(const CompositionServices& services) const {
+    if (source_type_ != SourceType::VideoFeed || !services.feed_frame) return false;
+    return source_.IsNew(services.feed_frame(source_video_feed_name_));
+}
+
 bool GraphicItem::UpdateImage() {
     bool changed = source_.TakeDownload(Image());
     if (!SettingsChanged()) return changed;

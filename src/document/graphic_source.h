@@ -8,6 +8,7 @@
 
 #include "base/file_stamp.h"
 #include "document/composition_services.h"
+#include "imaging/dib.h"
 
 #include <cstdint>
 #include <memory>
@@ -33,6 +34,11 @@ public:
     // A downloaded picture that arrived since the last pass, decoded into `image`; true
     // when the picture changed. Cheap when nothing arrived.
     bool TakeDownload(Image& image);
+    // A shared picture (another canvas, a feed) other than the one shown last.
+    bool IsNew(SharedPicture shared) const {
+        return shared.picture && shared.picture->HasBitmap() &&
+               (!shared_shown_ || shared.revision != shared_revision_);
+    }
 
 private:
     struct Download;

@@ -32,6 +32,7 @@ Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
         const tess::Canvas& canvas = *canvases_[slot];
         return {&canvas.ComposedDIB(), canvas.PictureRevision()};
     };
+    composition_.feed_frame = [this](std::string_view name) { return FeedFrame(name); };
     for (int i = 0; i < kVideoFeeds; ++i) {
         feeds_[i].SetVfWInput(i);
         feeds_[i].SetRate(30);
@@ -62,6 +63,24 @@ int Portfolio::FreeSlot(int allowed) const {
 tess::VideoFeed& Portfolio::VideoFeed(int index) {
     if (index < 0 || index >= kVideoFeeds) SubscriptError();
     return feeds_[index];
+}
+
+void Portfolio::SetCapture(std::shared_ptr<const DriverCatalog> drivers, CaptureServices services) {
+    drivers_ = std::move(drivers);
+    capture_ = std::move(services);
+    capture_.drivers = drivers_.get();
+    for (tess::VideoFeed& feed : feeds_)
+        feed.SetCaptureServices(&capture_);
+}
+
+// Items name their feed as the user saw it; the first open feed of that name serves.
+SharedPicture Portfolio::FeedFrame(std::string_view feed_name) {
+    for (int i = 0; i < kVideoFeeds; ++i) {
+        const tess::VideoFeed& feed = feeds_[i];
+        if (!feed.Enabled() || !EqualsIgnoreCase(feed.FeedName(), feed_name)) continue;
+        return feed_pictures_[i].Picture(feed, capture_time_, composition_.text_renderer);
+    }
+    return {};
 }
 
 tess::CanvasWebServer* Portfolio::FindServedCanvas(std::string_view file_name) {

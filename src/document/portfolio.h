@@ -7,6 +7,7 @@
 #include "capture/video_feed.h"
 #include "document/canvas.h"
 #include "document/composition_services.h"
+#include "document/feed_picture.h"
 #include "document/output_services.h"
 #include "document/script_settings.h"
 #include "publish/web_server.h"
@@ -93,10 +94,9 @@ public:
     OutputServices& Outputs() { return outputs_; }
     // The script's Interval event; none until a script runs.
     void SetIntervalHandler(std::function<void()> handler) { interval_ = std::move(handler); }
-    // Grabs a frame from an enabled feed whose time has come; none until capture runs.
-    void SetFrameGrabber(std::function<void(tess::VideoFeed&, double now)> grab) {
-        grab_ = std::move(grab);
-    }
+    // The capture drivers and what the feeds reach through them; until this is called the
+    // feeds' settings are only settings. Call it before the portfolio loads.
+    void SetCapture(std::shared_ptr<const DriverCatalog> drivers, CaptureServices services);
 
     // One tick at `now`: CaptureTime, then the four steps below, the running flag tested
     // between them. False when the flag was found cleared: the program is to quit.
@@ -105,6 +105,7 @@ public:
     void UpdateOtherPre();
     // Each enabled canvas's composition pass, in slot order.
     void UpdateImages();
+    // Grabs frames from the enabled feeds whose time has come (see VideoFeed::Grab).
     void UpdateVideoFeeds();
     // Each enabled canvas's file and desktop outputs, then its FTP push.
     void UpdateOtherPost();
@@ -125,6 +126,7 @@ private:
     void NoteWrite(bool ok) { writes_ok_ &= ok; }
     bool Running() const { return composition_.Running(); }
     bool InUse(int slot) const;
+    SharedPicture FeedFrame(std::string_view feed_name);
 
     SunTimes* sun_;
     std::string file_name_;
@@ -145,7 +147,10 @@ private:
     CompositionServices composition_;
     OutputServices outputs_;
     std::function<void()> interval_;
-    std::function<void(tess::VideoFeed&, double)> grab_;
+    std::shared_ptr<const DriverCatalog> drivers_;
+    CaptureServices capture_;
+    std::array<FeedPicture, kVideoFeeds> feed_pictures_;
+    bool frames_waiting_ = false; // a frame came after this tick's composition
     double script_next_time_ = 0;
 };
 

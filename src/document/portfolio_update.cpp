@@ -39,6 +39,7 @@ void Portfolio::UpdateOtherPre() {
 }
 
 void Portfolio::UpdateImages() {
+    frames_waiting_ = false;
     composition_.allow_text_update = script_.Enabled() && script_.AllowTextUpdate();
     composition_.allow_graphic_update = script_.Enabled() && script_.AllowGraphicUpdate();
     for (int slot = 1; slot <= kCanvasSlots; ++slot) {
@@ -47,10 +48,16 @@ void Portfolio::UpdateImages() {
     }
 }
 
+// A frame delivered here is drawn by the next tick, which comes at once.
 void Portfolio::UpdateVideoFeeds() {
-    if (!grab_) return;
     for (tess::VideoFeed& feed : feeds_) {
-        if (feed.Enabled()) grab_(feed, capture_time_);
+        if (!feed.Enabled()) continue;
+        const std::uint64_t before = feed.FrameRevision();
+        feed.Grab(capture_time_);
+        if (feed.FrameRevision() != before) {
+            frames_waiting_ = true;
+            frame_time_ = std::max(frame_time_, feed.LastFrameTime());
+        }
         if (!Running()) return;
     }
 }
@@ -74,6 +81,11 @@ double Portfolio::NextDue(double limit) const {
     double next = limit;
     if (script_.Enabled()) next = std::min(next, script_next_time_);
     if (karvell_.CSVEnabled()) next = std::min(next, karvell_.NextPollTime());
+    if (frames_waiting_) next = std::min(next, capture_time_);
+    for (const tess::VideoFeed& feed : feeds_) {
+        next = feed.NextDue(next);
+        next = FeedPicture::StaleTime(feed, capture_time_, next);
+    }
     for (int slot = 1; slot <= kCanvasSlots; ++slot)
         if (InUse(slot)) next = canvases_[slot]->NextDue(next);
     return next;

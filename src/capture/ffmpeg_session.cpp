@@ -1,0 +1,205 @@
+#include "capture/ffmpeg_session.h"
+
+#include "imaging/dib.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavdevice/avdevice.h>
+#include <libavformat/avformat.h>
+#include <libavutil/imgutils.h>
+#include <libswscale/swscale.h>
+}
+
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+namespace tess {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr auto kOpenTimeout = std::chrono::seconds(8);
+constexpr auto kReadTimeout = std::chrono::seconds(5);
+
+void RegisterDevicesOnce() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        avdevice_register_all();
+        av_log_set_level(AV_LOG_QUIET); // our own log names the feed instead
+    });
+}
+
+std::string AvErrorText(int code) {
+    char text[AV_ERROR_MAX_STRING_SIZE] = {};
+    av_strerror(code, text, sizeof text);
+    return text;
+}
+
+} // namespace
+
+struct FfmpegSession::State {
+    AVFormatContext* format = nullptr;
+    AVCodecContext* codec = nullptr;
+    AVPacket* packet = nullptr;
+    AVFrame* frame = nullptr;
+    SwsContext* scaler = nullptr;
+    int stream = -1;
+    const std::atomic<bool>* stop = nullptr;
+    SteadyClock::time_point deadline;
+    double first_pts = -1;
+    SteadyClock::time_point paced_from;
+
+    ~State() {
+        sws_freeContext(scaler);
+        av_frame_free(&frame);
+        av_packet_free(&packet);
+        avcodec_free_context(&codec);
+        avformat_close_input(&format);
+    }
+    void Arm(SteadyClock::duration timeout) { deadline = SteadyClock::now() + timeout; }
+
+    static int Interrupt(void* opaque) {
+        const State* state = static_cast<const State*>(opaque);
+        return state->stop->load() || SteadyClock::now() > state->deadline ? 1 : 0;
+    }
+};
+
+FfmpegSession::FfmpegSession(const CameraSource& source, const std::atomic<bool>& stop)
+    : source_(source), stop_(stop), state_(std::make_unique<State>()) {
+    RegisterDevicesOnce();
+    state_->stop = &stop_;
+}
+
+FfmpegSession::~FfmpegSession() = default;
+
+SessionEnd FfmpegSession::Fail(const std::string& what, int code) {
+    if (stop_) return SessionEnd::Stopped;
+    error_ = code ? what + ": " + AvErrorText(code) : what;
+    return SessionEnd::Failed;
+}
+
+bool FfmpegSession::Open() {
+    State& s = *state_;
+    s.format = avformat_alloc_context();
+    if (!s.format) return false;
+    s.format->interrupt_callback = {&State::Interrupt, &s};
+    AVDictionary* options = nullptr;
+    for (const auto& [key, value] : source_.options)
+        av_dict_set(&options, key.c_str(), value.c_str(), 0);
+    const AVInputFormat* input =
+        source_.input_format.empty() ? nullptr : av_find_input_format(source_.input_format.c_str());
+    s.Arm(kOpenTimeout);
+    int code = avformat_open_input(&s.format, source_.address.c_str(), input, &options);
+    av_dict_free(&options);
+    if (code < 0) {
+        Fail("cannot open", code);
+        return false;
+    }
+    format_name_ = s.format->iformat ? s.format->iformat->name : "";
+    s.Arm(kOpenTimeout);
+    if ((code = avformat_find_stream_info(s.format, nullptr)) < 0) {
+        Fail("no stream information", code);
+        return false;
+    }
+    const AVCodec* decoder = nullptr;
+    s.stream = av_find_best_stream(s.format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
+    if (s.stream < 0 || !decoder) {
+        Fail("no video stream", s.stream < 0 ? s.stream : 0);
+        return false;
+    }
+    s.codec = avcodec_alloc_context3(decoder);
+    avcodec_parameters_to_context(s.codec, s.format->streams[s.stream]->codecpar);
+    s.codec->thread_count = 1; // frame threads would only add latency
+    if ((code = avcodec_open2(s.codec, decoder, nullptr)) < 0) {
+        Fail("cannot open the decoder", code);
+        return false;
+    }
+    s.packet = av_packet_alloc();
+    s.frame = av_frame_alloc();
+    return s.packet && s.frame;
+}
+
+// A picture that failed to decode cleanly is dropped: the feed keeps its last good frame.
+bool FfmpegSession::Convert(RawFrame& out) {
+    State& s = *state_;
+    const AVFrame* f = s.frame;
+    if (f->decode_error_flags || (f->flags & AV_FRAME_FLAG_CORRUPT)) return false;
+    if (f->width <= 0 || f->height <= 0 || !DIB::SizeAllowed(f->width, f->height)) return false;
+    const bool raw555 = f->format == AV_PIX_FMT_RGB555LE;
+    out.width = f->width;
+    out.height = f->height;
+    out.bytes_per_pixel = raw555 ? 2 : 3;
+    // Room for the widened picture, so that 16-bit frames can be widened in place.
+    out.bytes.resize(RawFrame::Pitch(out.width, 3) * out.height);
+    const int pitch = static_cast<int>(out.Pitch());
+    std::uint8_t* bottom_row_up =
+        out.bytes.data() + static_cast<std::size_t>(pitch) * (f->height - 1);
+    if (raw555) {
+        for (int y = 0; y < f->height; ++y)
+            std::memcpy(bottom_row_up - static_cast<std::ptrdiff_t>(y) * pitch,
+                        f->data[0] + static_cast<std::ptrdiff_t>(y) * f->linesize[0],
+                        static_cast<std::size_t>(f->width) * 2);
+        return true;
+    }
+    s.scaler = sws_getCachedContext(s.scaler, f->width, f->height,
+                                    static_cast<AVPixelFormat>(f->format), f->width, f->height,
+                                    AV_PIX_FMT_BGR24, SWS_POINT, nullptr, nullptr, nullptr);
+    if (!s.scaler) return false;
+    // Rows written top-down from the last row in memory: a bottom-up bitmap without a flip.
+    std::uint8_t* planes[4] = {bottom_row_up, nullptr, nullptr, nullptr};
+    int strides[4] = {-pitch, 0, 0, 0};
+    return sws_scale(s.scaler, f->data, f->linesize, 0, f->height, planes, strides) == f->height;
+}
+
+// Files and test sources play at their own rate instead of as fast as they decode.
+void FfmpegSession::Pace(double seconds) {
+    State& s = *state_;
+    if (s.first_pts < 0) {
+        s.first_pts = seconds;
+        s.paced_from = SteadyClock::now();
+        return;
+    }
+    const auto due = s.paced_from + std::chrono::duration_cast<SteadyClock::duration>(
+                                        std::chrono::duration<double>(seconds - s.first_pts));
+    while (!stop_ && SteadyClock::now() < due)
+        std::this_thread::sleep_for(std::min<SteadyClock::duration>(due - SteadyClock::now(),
+                                                                    std::chrono::milliseconds(20)));
+}
+
+SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point connected) {
+    if (!Open()) return stop_ ? SessionEnd::Stopped : SessionEnd::Failed;
+    State& s = *state_;
+    RawFrame frame;
+    const AVRational time_base = s.format->streams[s.stream]->time_base;
+    while (!stop_) {
+        s.Arm(kReadTimeout);
+        int code = av_read_frame(s.format, s.packet);
+        if (code == AVERROR_EOF) return frames_ > 0 ? SessionEnd::Ended : Fail("no frames", 0);
+        if (code < 0) return Fail("read failed", code);
+        if (s.packet->stream_index != s.stream) {
+            av_packet_unref(s.packet);
+            continue;
+        }
+        code = avcodec_send_packet(s.codec, s.packet);
+        av_packet_unref(s.packet);
+        if (code < 0 && code != AVERROR(EAGAIN)) continue; // a broken packet: skip it
+        while (avcodec_receive_frame(s.codec, s.frame) == 0) {
+            if (source_.paced && s.frame->best_effort_timestamp != AV_NOPTS_VALUE)
+                Pace(static_cast<double>(s.frame->best_effort_timestamp) * av_q2d(time_base));
+            const bool ok = Convert(frame);
+            av_frame_unref(s.frame);
+            if (!ok || stop_) continue;
+            frame.time_captured =
+                static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                               SteadyClock::now() - connected)
+                                               .count());
+            ++frames_;
+            sink(frame);
+        }
+    }
+    return SessionEnd::Stopped;
+}
+
+} // namespace tess

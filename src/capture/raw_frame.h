@@ -1,0 +1,26 @@
+#pragma once
+
+// One frame as a capture backend hands it over: bottom-up rows padded to 4 bytes, of
+// 3-byte BGR pixels or, from a raw 16-bit device, 2-byte 5-5-5 pixels.
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tess {
+
+struct RawFrame {
+    std::vector<std::uint8_t> bytes;
+    int width = 0;
+    int height = 0;
+    int bytes_per_pixel = 3;
+    std::uint32_t time_captured = 0; // milliseconds since the driver connected
+
+    static std::size_t Pitch(int width, int bytes_per_pixel) {
+        return (static_cast<std::size_t>(width) * bytes_per_pixel + 3) & ~std::size_t{3};
+    }
+    std::size_t Pitch() const { return Pitch(width, bytes_per_pixel); }
+    std::size_t Size() const { return Pitch() * static_cast<std::size_t>(height); }
+};
+
+} // namespace tess
