@@ -3,6 +3,7 @@
 #include "app/document_commands.h"
 #include "app/render_command.h"
 #include "app/run_commands.h"
+#include "app/script_command.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
 
@@ -11,7 +12,7 @@ namespace tess {
 const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
         AddRunCommand, AddRenderCommand, AddPortfolioCommand, AddCanvasCommand,
-        AddSunCommand, AddTagsCommand,   AddDemoCommand};
+        AddSunCommand, AddTagsCommand,   AddDemoCommand,      AddScriptCommand};
     return all;
 }
 
