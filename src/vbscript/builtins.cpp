@@ -22,7 +22,7 @@ namespace {
 using Args = std::span<Variant>;
 
 bool Missing(Args a, std::size_t i) {
-    return i >= a.size();
+    return i >= a.size() || (a[i].tag() == Variant::Tag::Error && a[i].whole() == kMissingArgument);
 }
 Variant Str(std::string s) {
     return Variant::String(std::move(s));

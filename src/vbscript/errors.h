@@ -94,6 +94,9 @@ inline constexpr int kInvalidCharacterInDate = 1058;
 inline constexpr int kTooDeep = 1099;
 } // namespace err
 
+// The value an omitted argument has (the automation "parameter not found" code).
+inline constexpr int kMissingArgument = static_cast<int>(0x80020004u);
+
 // The text VBScript gives an error number; "Unknown runtime error" for numbers it lacks.
 std::string_view ErrorText(int number);
 

@@ -290,7 +290,7 @@ Variant* Interpreter::ElementOf(Variant& holder, const ExprList& args) {
 Variant Interpreter::InvokeObject(const Variant& in, std::string_view name, const void*& key,
                                   int& id, InvokeKind kind, std::vector<Variant>& args) {
     const Variant& v = in.Deref();
-    if (!v.IsObject()) Raise(err::kObjectRequired, "Object required: '" + std::string(name) + "'");
+    if (!v.IsObject()) Raise(err::kObjectRequired);
     Object* object = v.object();
     if (!object) Raise(err::kObjectVariableNotSet);
     if (object->MemberTableKey() != key) {
@@ -314,9 +314,18 @@ Variant Interpreter::InvokeObject(const Variant& in, std::string_view name, cons
 
 Variant Interpreter::EvalMember(const MemberExpr& e, InvokeKind kind) {
     Variant object = Eval(*e.object);
+    if (!object.Deref().IsObject()) RequireObject(*e.object);
     std::vector<Variant> args = EvalArgs(e.args);
     auto& m = const_cast<MemberExpr&>(e);
     return InvokeObject(object, e.name, m.cache_key, m.cache_id, kind, args);
+}
+
+void Interpreter::RequireObject(const Expr& e) {
+    // The message names the variable that should have held the object.
+    if (e.kind == ExprKind::Name)
+        Raise(err::kObjectRequired,
+              "Object required: '" + static_cast<const NameExpr&>(e).name + "'");
+    Raise(err::kObjectRequired);
 }
 
 Variant Interpreter::EvalIndex(const IndexExpr& e) {

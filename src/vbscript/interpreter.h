@@ -80,6 +80,7 @@ private:
     Variant EvalName(const NameExpr& e);
     Variant EvalMember(const MemberExpr& e, InvokeKind kind);
     Variant EvalIndex(const IndexExpr& e);
+    [[noreturn]] void RequireObject(const Expr& e);
     Variant EvalNew(const NewExpr& e);
     Variant& VariableOf(const NameExpr& e); // the storage a plain name stands for
     Variant IndexValue(const Variant& holder, const ExprList& args, const Expr& at);

@@ -180,6 +180,7 @@ void Interpreter::Store(const Expr& target, Variant value, bool is_set) {
     if (target.kind == ExprKind::Member) {
         const auto& m = static_cast<const MemberExpr&>(target);
         Variant object = Eval(*m.object);
+        if (!object.Deref().IsObject()) RequireObject(*m.object);
         std::vector<Variant> args = EvalArgs(m.args);
         args.push_back(std::move(value));
         auto& mm = const_cast<MemberExpr&>(m);

@@ -34,6 +34,8 @@ public:
                 return false;
             }
         }
+        token_line_ = line_;
+        token_column_ = column_;
         Add(TokenKind::Newline, "");
         Add(TokenKind::End, "");
         return true;

@@ -743,6 +743,13 @@ private:
     bool ArgumentList(ExprList& args, bool closing) {
         if (closing && IsSym(Cur(), ")")) return true;
         do {
+            if (IsSym(Cur(), ",") || (closing && IsSym(Cur(), ")") && !args.empty())) {
+                // An omitted argument, as in FormatNumber(x, 2, , -1).
+                auto missing = Make<ConstantExpr>(Cur());
+                missing->value = Variant::Error(kMissingArgument);
+                args.push_back(std::move(missing));
+                continue;
+            }
             auto arg = Expression();
             if (!arg) return false;
             args.push_back(std::move(arg));
