@@ -36,9 +36,6 @@ long L(const Variant& v) {
 Variant Bool(bool b) {
     return Variant::Boolean(b);
 }
-bool AnyNull(Args a) {
-    return std::any_of(a.begin(), a.end(), [](const Variant& v) { return v.IsNull(); });
-}
 
 std::string CheckedRepeat(long count, char c) {
     if (count < 0) Raise(err::kIllegalCall);
@@ -763,9 +760,6 @@ Variant InputBox(Interpreter& in, Args a) {
 }
 Variant ErrFn(Interpreter& in, Args) {
     return Variant::Object(in.err);
-}
-Variant EvalNothing(Interpreter&, Args) {
-    return {};
 }
 
 constexpr Builtin kBuiltins[] = {

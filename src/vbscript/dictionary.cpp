@@ -4,6 +4,7 @@
 #include "vbscript/array_box.h"
 #include "vbscript/coerce.h"
 #include "vbscript/errors.h"
+#include "vbscript/file_system_object.h"
 #include "vbscript/interpreter.h"
 
 #include <fmt/format.h>
@@ -154,6 +155,7 @@ int Dictionary::Invoke(int id, InvokeKind kind, std::span<Variant> args, Variant
 
 Object* CreateHostObject(std::string_view prog_id) {
     if (EqualsIgnoreCase(prog_id, "Scripting.Dictionary")) return new Dictionary;
+    if (EqualsIgnoreCase(prog_id, "Scripting.FileSystemObject")) return new FileSystemObject;
     return nullptr;
 }
 

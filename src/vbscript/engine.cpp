@@ -89,11 +89,14 @@ std::vector<std::string> Engine::Procedures() const {
     return names;
 }
 
+int Engine::FindProcedure(std::string_view procedure) const {
+    const int index = interp_->FindGlobal(procedure);
+    return index >= 0 && interp_->globals[index].proc ? index : -1;
+}
+
 bool Engine::Run(std::string_view procedure, std::span<const Variant> args, Variant* result) {
-    Interpreter& in = *interp_;
-    error_ = {};
-    const int index = in.FindGlobal(procedure);
-    if (index < 0 || !in.globals[index].proc) {
+    const int index = FindProcedure(procedure);
+    if (index < 0) {
         error_ = {35,
                   "Sub or Function not defined: '" + std::string(procedure) + "'",
                   std::string(kRuntimeSource),
@@ -102,12 +105,33 @@ bool Engine::Run(std::string_view procedure, std::span<const Variant> args, Vari
                   false};
         return false;
     }
-    std::vector<Variant> values(args.begin(), args.end());
+    return Call(index, args, result);
+}
+
+bool Engine::Call(int procedure, std::span<const Variant> args, Variant* result) {
+    Interpreter& in = *interp_;
+    error_ = {};
+    if (procedure < 0 || procedure >= static_cast<int>(in.globals.size()) ||
+        !in.globals[procedure].proc) {
+        error_ = {35, std::string(ErrorText(35)), std::string(kRuntimeSource), 0, 0, false};
+        return false;
+    }
+    Variant values[2];
+    std::vector<Variant> many;
+    std::span<Variant> passed;
+    if (args.size() <= 2) {
+        for (std::size_t i = 0; i < args.size(); ++i)
+            values[i] = args[i];
+        passed = std::span<Variant>(values, args.size());
+    } else {
+        many.assign(args.begin(), args.end());
+        passed = many;
+    }
     const bool outer = !in.Busy();
     if (outer) in.BeginCall(budget_);
     bool ok = true;
     try {
-        Variant r = in.CallWithValues(*in.globals[index].proc, nullptr, values);
+        Variant r = in.CallWithValues(*in.globals[procedure].proc, nullptr, passed);
         if (result) *result = std::move(r);
     } catch (RuntimeError& e) {
         error_ = {

@@ -55,6 +55,9 @@ public:
     // Runs a Sub or Function by name (without regard to case).
     bool Run(std::string_view procedure, std::span<const Variant> args, Variant* result = nullptr);
     bool HasProcedure(std::string_view procedure) const;
+    // A procedure looked up once (-1 when there is none), for hosts that call it often.
+    int FindProcedure(std::string_view procedure) const;
+    bool Call(int procedure, std::span<const Variant> args, Variant* result = nullptr);
     // The Subs and Functions defined at the top level, as written.
     std::vector<std::string> Procedures() const;
     // Forgets all code, variables and named objects. False (and nothing happens) while a

@@ -12,6 +12,7 @@ namespace tess::vbs {
 Interpreter::Interpreter() : stack_(kMaxLocalSlots) {
     err = new ErrObject;
     err->AddRef();
+    AddLanguageConstants(constants);
 }
 
 Interpreter::~Interpreter() {

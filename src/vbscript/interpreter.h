@@ -162,6 +162,8 @@ int FindBuiltin(std::string_view name);
 Variant CreateObjectFn(Interpreter& in, std::span<Variant> args);
 const Builtin& BuiltinAt(int index);
 
+void AddLanguageConstants(std::unordered_map<std::string, Variant>& table);
+
 // Binds every name of a freshly parsed unit to its slot.
 void Resolve(Interpreter& interp, CodeUnit& unit);
 

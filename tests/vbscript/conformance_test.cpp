@@ -3,6 +3,7 @@
 // expected error report, and the run must then end with status 1.
 
 #include "support/run_process.h"
+#include "support/temp_dir.h"
 
 #include <filesystem>
 #include <fstream>
