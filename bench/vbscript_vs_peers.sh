@@ -12,13 +12,13 @@ for program in fib loop text; do
     ours=$("$build/bench/bench_vbscript" --benchmark_filter="BM_$(case $program in
         fib) echo Fib25;; loop) echo Loop1M;; text) echo Text100k;; esac)\$" \
         --benchmark_repetitions=5 --benchmark_report_aggregates_only=true \
-        --benchmark_format=csv 2>/dev/null | grep '_min\|_median' | head -1 | cut -d, -f3)
+        --benchmark_format=csv 2>/dev/null | grep '_median' | head -1 | cut -d, -f4)
     py=$("$python" -c "
 import time
 src = open('$here/vbscript/$program.py').read()
 best = None
 for _ in range(5):
-    t = time.perf_counter(); exec(compile(src, '$program.py', 'exec'), {}); d = time.perf_counter() - t
+    t = time.process_time(); exec(compile(src, '$program.py', 'exec'), {}); d = time.process_time() - t
     best = d if best is None or d < best else best
 print('%.1f' % (best * 1000))")
     lua=$(lua5.4 -e "

@@ -99,69 +99,8 @@ Variant Interpreter::Eval(const Expr& e) {
         if (u.op == UnaryOp::Not) return Not(v);
         return std::move(v.Deref());
     }
-    case ExprKind::Binary: {
-        const auto& b = static_cast<const BinaryExpr&>(e);
-        Variant l = Eval(*b.left);
-        Variant r = Eval(*b.right);
-        switch (b.op) {
-        case BinaryOp::Add:
-        case BinaryOp::Subtract:
-        case BinaryOp::Multiply: {
-            // Small whole numbers stay out of the general path.
-            const Variant& x = l.Deref();
-            const Variant& y = r.Deref();
-            if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer) {
-                const std::int64_t a = x.whole(), c = y.whole();
-                const std::int64_t v = b.op == BinaryOp::Add        ? a + c
-                                       : b.op == BinaryOp::Subtract ? a - c
-                                                                    : a * c;
-                return FitWhole(v, 2);
-            }
-            return Arithmetic(b.op, l, r);
-        }
-        case BinaryOp::Divide:
-        case BinaryOp::IntDivide:
-        case BinaryOp::Mod:
-        case BinaryOp::Power:
-            return Arithmetic(b.op, l, r);
-        case BinaryOp::Concat:
-            return Concat(l, r);
-        case BinaryOp::And:
-        case BinaryOp::Or:
-        case BinaryOp::Xor:
-        case BinaryOp::Eqv:
-        case BinaryOp::Imp:
-            return Logical(b.op, l, r);
-        case BinaryOp::Is: {
-            const Variant& x = l.Deref();
-            const Variant& y = r.Deref();
-            if (!x.IsObject() || !y.IsObject()) Raise(err::kObjectRequired);
-            return Variant::Boolean(x.object() == y.object());
-        }
-        default: {
-            const Variant& x = l.Deref();
-            const Variant& y = r.Deref();
-            if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer) {
-                const int a = x.whole(), c = y.whole();
-                switch (b.op) {
-                case BinaryOp::Equal:
-                    return Variant::Boolean(a == c);
-                case BinaryOp::NotEqual:
-                    return Variant::Boolean(a != c);
-                case BinaryOp::Less:
-                    return Variant::Boolean(a < c);
-                case BinaryOp::LessEqual:
-                    return Variant::Boolean(a <= c);
-                case BinaryOp::Greater:
-                    return Variant::Boolean(a > c);
-                default:
-                    return Variant::Boolean(a >= c);
-                }
-            }
-            return Comparison(b.op, x, y, b.literal);
-        }
-        }
-    }
+    case ExprKind::Binary:
+        return EvalBinary(static_cast<const BinaryExpr&>(e));
     case ExprKind::New:
         return EvalNew(static_cast<const NewExpr&>(e));
     case ExprKind::Me:
@@ -169,6 +108,90 @@ Variant Interpreter::Eval(const Expr& e) {
         return Variant::Object(frame->me);
     }
     Raise(err::kTypeMismatch);
+}
+
+// Operands that are constants or plain locals are read in place rather than copied.
+const Variant& Interpreter::Operand(const Expr& e, Variant& scratch) {
+    if (e.kind == ExprKind::Constant) return static_cast<const ConstantExpr&>(e).value;
+    if (e.kind == ExprKind::Name) {
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Local && n.args.empty()) return frame->locals[n.index].Deref();
+    }
+    scratch = Eval(e);
+    return scratch.Deref();
+}
+
+Variant Interpreter::EvalBinary(const BinaryExpr& b) {
+    Variant left_scratch, right_scratch;
+    const Variant& l = Operand(*b.left, left_scratch);
+    const Variant& r = Operand(*b.right, right_scratch);
+    switch (b.op) {
+    case BinaryOp::Add:
+    case BinaryOp::Subtract:
+    case BinaryOp::Multiply: {
+        // Small whole numbers stay out of the general path.
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if ((x.tag() == Variant::Tag::Integer || x.tag() == Variant::Tag::Long) &&
+            (y.tag() == Variant::Tag::Integer || y.tag() == Variant::Tag::Long)) {
+            const std::int64_t a = x.whole(), c = y.whole();
+            const int rank = x.tag() == Variant::Tag::Long || y.tag() == Variant::Tag::Long ? 3 : 2;
+            const std::int64_t v = b.op == BinaryOp::Add        ? a + c
+                                   : b.op == BinaryOp::Subtract ? a - c
+                                                                : a * c;
+            return FitWhole(v, rank);
+        }
+        return Arithmetic(b.op, l, r);
+    }
+    case BinaryOp::IntDivide:
+    case BinaryOp::Mod: {
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer && y.whole() != 0)
+            return Variant::Integer(b.op == BinaryOp::Mod ? x.whole() % y.whole()
+                                                          : x.whole() / y.whole());
+        return Arithmetic(b.op, l, r);
+    }
+    case BinaryOp::Divide:
+    case BinaryOp::Power:
+        return Arithmetic(b.op, l, r);
+    case BinaryOp::Concat:
+        return Concat(l, r);
+    case BinaryOp::And:
+    case BinaryOp::Or:
+    case BinaryOp::Xor:
+    case BinaryOp::Eqv:
+    case BinaryOp::Imp:
+        return Logical(b.op, l, r);
+    case BinaryOp::Is: {
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if (!x.IsObject() || !y.IsObject()) Raise(err::kObjectRequired);
+        return Variant::Boolean(x.object() == y.object());
+    }
+    default: {
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer) {
+            const int a = x.whole(), c = y.whole();
+            switch (b.op) {
+            case BinaryOp::Equal:
+                return Variant::Boolean(a == c);
+            case BinaryOp::NotEqual:
+                return Variant::Boolean(a != c);
+            case BinaryOp::Less:
+                return Variant::Boolean(a < c);
+            case BinaryOp::LessEqual:
+                return Variant::Boolean(a <= c);
+            case BinaryOp::Greater:
+                return Variant::Boolean(a > c);
+            default:
+                return Variant::Boolean(a >= c);
+            }
+        }
+        return Comparison(b.op, x, y, b.literal);
+    }
+    }
 }
 
 Variant& Interpreter::VariableOf(const NameExpr& e) {
@@ -232,10 +255,14 @@ Variant Interpreter::EvalName(const NameExpr& e) {
         const Builtin& b = BuiltinAt(e.index);
         const int n = static_cast<int>(e.args.size());
         if (n < b.min_args || n > b.max_args) Raise(err::kWrongArguments);
-        Variant args[64];
-        for (int i = 0; i < n; ++i)
-            args[i] = Eval(*e.args[i]).Deref();
-        return b.fn(*this, std::span<Variant>(args, static_cast<std::size_t>(n)));
+        if (n <= 4) {
+            Variant args[4];
+            for (int i = 0; i < n; ++i)
+                args[i] = Eval(*e.args[i]).Deref();
+            return b.fn(*this, std::span<Variant>(args, static_cast<std::size_t>(n)));
+        }
+        std::vector<Variant> args = EvalArgs(e.args);
+        return b.fn(*this, args);
     }
     case Scope::Unresolved:
         break;

@@ -78,6 +78,8 @@ public:
 private:
     friend class Resolver;
     Variant EvalName(const NameExpr& e);
+    [[gnu::noinline]] Variant EvalBinary(const BinaryExpr& e);
+    const Variant& Operand(const Expr& e, Variant& scratch);
     Variant EvalMember(const MemberExpr& e, InvokeKind kind);
     Variant EvalIndex(const IndexExpr& e);
     [[noreturn]] void RequireObject(const Expr& e);
@@ -95,6 +97,7 @@ private:
     Flow ExecIf(const IfStmt& s);
     Flow ExecSelect(const SelectStmt& s);
     Flow ExecFor(const ForStmt& s);
+    Flow ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64_t end, const Variant& step);
     Flow ExecForEach(const ForEachStmt& s);
     Flow ExecDo(const DoStmt& s);
     void ExecDim(const DimStmt& s);

@@ -292,10 +292,49 @@ Flow Interpreter::ExecFor(const ForStmt& s) {
     const double end = ToDouble(to);
     const double increment = ToDouble(step);
     VariableOf(var) = from.IsString() ? Variant::Double(ToDouble(from)) : from;
+    if (from.IsWhole() && to.IsWhole() && step.IsWhole() && from.tag() != Variant::Tag::Boolean)
+        return ExecWholeFor(s, var, to.whole(), step);
     for (;;) {
         const Variant& current = VariableOf(var);
         const double value = ToDouble(current);
         if (increment >= 0 ? value > end : value < end) break;
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitFor) break;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+        Variant& counter = VariableOf(var);
+        counter = Arithmetic(BinaryOp::Add, counter, step);
+    }
+    return Flow::Normal;
+}
+
+// The common loop over whole numbers, without the general arithmetic. The counter is read
+// back each time, so a body that changes it behaves as in the general loop.
+Flow Interpreter::ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64_t end,
+                               const Variant& step) {
+    const std::int64_t increment = step.whole();
+    for (;;) {
+        const Variant& current = VariableOf(var);
+        if (!current.IsWhole()) break;
+        const std::int64_t value = current.whole();
+        if (increment >= 0 ? value > end : value < end) return Flow::Normal;
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitFor) return Flow::Normal;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+        Variant& counter = VariableOf(var);
+        if (!counter.IsWhole()) {
+            counter = Arithmetic(BinaryOp::Add, counter, step);
+            break;
+        }
+        const int rank = counter.tag() == Variant::Tag::Long || step.tag() == Variant::Tag::Long ? 3 : 2;
+        counter = FitWhole(counter.whole() + increment, rank);
+    }
+    // The body made the counter a fraction or a string: carry on the general way.
+    const double stop = static_cast<double>(end);
+    for (;;) {
+        const double value = ToDouble(VariableOf(var));
+        if (increment >= 0 ? value > stop : value < stop) break;
         const Flow f = ExecBlock(s.body);
         if (f == Flow::ExitFor) break;
         if (f != Flow::Normal) return f;
