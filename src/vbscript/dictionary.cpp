@@ -153,16 +153,17 @@ int Dictionary::Invoke(int id, InvokeKind kind, std::span<Variant> args, Variant
     }
 }
 
-Object* CreateHostObject(std::string_view prog_id) {
+Object* CreateHostObject(std::string_view prog_id, bool file_access) {
     if (EqualsIgnoreCase(prog_id, "Scripting.Dictionary")) return new Dictionary;
-    if (EqualsIgnoreCase(prog_id, "Scripting.FileSystemObject")) return new FileSystemObject;
+    if (EqualsIgnoreCase(prog_id, "Scripting.FileSystemObject") && file_access)
+        return new FileSystemObject;
     return nullptr;
 }
 
 namespace {
-Variant CreateObjectImpl(Interpreter&, std::span<Variant> args) {
+Variant CreateObjectImpl(Interpreter& in, std::span<Variant> args) {
     const std::string name = ToString(args[0]);
-    Object* object = CreateHostObject(name);
+    Object* object = CreateHostObject(name, in.file_access);
     if (!object)
         Raise(err::kCantCreateObject, "ActiveX component can't create object: '" + name + "'");
     return Variant::Object(object);

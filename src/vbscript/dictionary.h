@@ -31,6 +31,6 @@ private:
 };
 
 // CreateObject's factory; nullptr for a name it does not know.
-Object* CreateHostObject(std::string_view prog_id);
+Object* CreateHostObject(std::string_view prog_id, bool file_access);
 
 } // namespace tess::vbs

@@ -18,6 +18,10 @@ void Engine::SetTimeBudget(std::chrono::milliseconds budget) {
     budget_ = budget;
 }
 
+void Engine::SetFileAccess(bool allowed) {
+    interp_->file_access = allowed;
+}
+
 void Engine::SetUI(ScriptUI* ui) {
     interp_->ui = ui;
 }
@@ -146,8 +150,10 @@ bool Engine::Call(int procedure, std::span<const Variant> args, Variant* result)
 bool Engine::Reset() {
     if (interp_->Busy()) return false;
     ScriptUI* ui = interp_->ui;
+    const bool file_access = interp_->file_access;
     interp_ = std::make_unique<Interpreter>();
     interp_->ui = ui;
+    interp_->file_access = file_access;
     error_ = {};
     return true;
 }

@@ -45,6 +45,9 @@ public:
     static constexpr std::chrono::milliseconds kDefaultTimeBudget{5000};
     void SetTimeBudget(std::chrono::milliseconds budget);
     void SetUI(ScriptUI* ui);
+    // Off: CreateObject("Scripting.FileSystemObject") fails with error 429, for scripts
+    // that must not touch files (the fuzzer's). On by default.
+    void SetFileAccess(bool allowed);
 
     // The object becomes a global name; with `members_global` its members are usable without
     // the name too. The engine holds a reference while it has the object.

@@ -70,6 +70,7 @@ public:
     std::unordered_map<std::string, Variant> constants; // lower-cased names
     std::vector<Object*> host_scopes;                   // named objects whose members are global
     bool shutting_down = false;
+    bool file_access = true;
     ErrObject* err = nullptr;
     Frame* frame = nullptr;
     double rnd_seed = 0;

@@ -327,7 +327,8 @@ Flow Interpreter::ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64
             counter = Arithmetic(BinaryOp::Add, counter, step);
             break;
         }
-        const int rank = counter.tag() == Variant::Tag::Long || step.tag() == Variant::Tag::Long ? 3 : 2;
+        const int rank =
+            counter.tag() == Variant::Tag::Long || step.tag() == Variant::Tag::Long ? 3 : 2;
         counter = FitWhole(counter.whole() + increment, rank);
     }
     // The body made the counter a fraction or a string: carry on the general way.
