@@ -9,6 +9,11 @@ namespace tess::vbs {
 namespace {
 constexpr std::string_view kCompileSource = "Microsoft VBScript compilation error";
 constexpr std::string_view kRuntimeSource = "Microsoft VBScript runtime error";
+
+ScriptError FromRuntime(const RuntimeError& e) {
+    return {e.number, e.description, e.source.empty() ? std::string(kRuntimeSource) : e.source,
+            e.line,   e.column,      false};
+}
 } // namespace
 
 Engine::Engine() : interp_(std::make_unique<Interpreter>()) {}
@@ -71,9 +76,7 @@ bool Engine::AddCode(std::string_view source) {
     try {
         in.RunTopLevel(code);
     } catch (RuntimeError& e) {
-        error_ = {
-            e.number, e.description, e.source.empty() ? std::string(kRuntimeSource) : e.source,
-            e.line,   e.column,      false};
+        error_ = FromRuntime(e);
         ok = false;
     }
     in.EndCall();
@@ -138,9 +141,7 @@ bool Engine::Call(int procedure, std::span<const Variant> args, Variant* result)
         Variant r = in.CallWithValues(*in.globals[procedure].proc, nullptr, passed);
         if (result) *result = std::move(r);
     } catch (RuntimeError& e) {
-        error_ = {
-            e.number, e.description, e.source.empty() ? std::string(kRuntimeSource) : e.source,
-            e.line,   e.column,      false};
+        error_ = FromRuntime(e);
         ok = false;
     }
     if (outer) in.EndCall();

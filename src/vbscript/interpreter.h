@@ -106,6 +106,7 @@ private:
     Flow ExecWith(const WithStmt& s);
     void Store(const Expr& target, Variant value, bool is_set);
     void CatchInStatement(RuntimeError& e, const Stmt& s);
+    void CheckCallRoom(std::size_t slots_needed);
 
     std::unordered_map<std::string, int> global_index_;
     std::vector<Variant> stack_;

@@ -45,15 +45,20 @@ struct CallScope {
 
 } // namespace
 
+// Error 28 before the evaluator's slots or the machine stack run out.
+void Interpreter::CheckCallRoom(std::size_t slots_needed) {
+    const char* here = static_cast<const char*>(__builtin_frame_address(0));
+    if (call_depth_ >= kMaxCallDepth || slots_needed > stack_.size() ||
+        (native_base_ && static_cast<std::size_t>(native_base_ - here) > kMaxNativeStack))
+        Raise(err::kOutOfStack);
+    if (--tick_ <= 0) Tick();
+}
+
 Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, const ExprList& args) {
     if (args.size() != proc.params.size()) Raise(err::kWrongArguments);
     const std::size_t base = stack_top_;
     const std::size_t count = static_cast<std::size_t>(proc.SlotCount());
-    const char* here = static_cast<const char*>(__builtin_frame_address(0));
-    if (call_depth_ >= kMaxCallDepth || base + count > stack_.size() ||
-        (native_base_ && static_cast<std::size_t>(native_base_ - here) > kMaxNativeStack))
-        Raise(err::kOutOfStack);
-    if (--tick_ <= 0) Tick();
+    CheckCallRoom(base + count);
     ++call_depth_;
     Frame callee{&stack_[base], me, &proc, false};
     CallScope scope(stack_, stack_top_, base, frame, call_depth_);
@@ -78,11 +83,7 @@ Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
     if (args.size() != proc.params.size()) Raise(err::kWrongArguments);
     const std::size_t base = stack_top_;
     const std::size_t count = static_cast<std::size_t>(proc.SlotCount());
-    const char* here = static_cast<const char*>(__builtin_frame_address(0));
-    if (call_depth_ >= kMaxCallDepth || base + count > stack_.size() ||
-        (native_base_ && static_cast<std::size_t>(native_base_ - here) > kMaxNativeStack))
-        Raise(err::kOutOfStack);
-    if (--tick_ <= 0) Tick();
+    CheckCallRoom(base + count);
     ++call_depth_;
     Frame callee{&stack_[base], me, &proc, false};
     CallScope scope(stack_, stack_top_, base, frame, call_depth_);
