@@ -4,6 +4,7 @@
 #include "app/feeds_command.h"
 #include "app/render_command.h"
 #include "app/run_commands.h"
+#include "app/script_command.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
 
@@ -11,8 +12,8 @@ namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
-        AddRunCommand, AddRenderCommand, AddPortfolioCommand, AddCanvasCommand,
-        AddSunCommand, AddTagsCommand,   AddDemoCommand,      AddFeedsCommand};
+        AddRunCommand,  AddRenderCommand, AddPortfolioCommand, AddCanvasCommand, AddSunCommand,
+        AddTagsCommand, AddDemoCommand,   AddFeedsCommand,     AddScriptCommand};
     return all;
 }
 

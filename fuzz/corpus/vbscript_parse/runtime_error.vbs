@@ -1,0 +1,4 @@
+MsgBox "before"
+Dim x
+  x = 1 / 0
+MsgBox "after"

@@ -1,0 +1,377 @@
+// Expressions: names, members, calls, indexes and operators.
+
+#include "vbscript/interpreter.h"
+
+#include "base/text.h"
+#include "vbscript/array_box.h"
+#include "vbscript/coerce.h"
+#include "vbscript/limits.h"
+
+namespace tess::vbs {
+
+Interpreter::Interpreter() : stack_(kMaxLocalSlots) {
+    err = new ErrObject;
+    err->AddRef();
+    AddLanguageConstants(constants);
+}
+
+Interpreter::~Interpreter() {
+    // Objects still referenced by variables run no Class_Terminate once the engine goes.
+    shutting_down = true;
+    globals.clear();
+    named_objects.clear();
+    err->Release();
+}
+
+int Interpreter::FindGlobal(std::string_view name) const {
+    auto it = global_index_.find(ToLowerAscii(name));
+    return it == global_index_.end() ? -1 : it->second;
+}
+
+int Interpreter::GlobalIndex(std::string_view name) {
+    std::string key = ToLowerAscii(name);
+    auto it = global_index_.find(key);
+    if (it != global_index_.end()) return it->second;
+    const int index = static_cast<int>(globals.size());
+    globals.emplace_back();
+    globals.back().name = std::string(name);
+    global_index_.emplace(std::move(key), index);
+    return index;
+}
+
+void Interpreter::Tick() {
+    tick_ = 4096;
+    if (std::chrono::steady_clock::now() > deadline_)
+        throw RuntimeError{err::kTimeBudget,
+                           "Script ran past its time budget of " +
+                               std::to_string(budget_.count() / 1000.0).substr(0, 4) + " s",
+                           {},
+                           0,
+                           0};
+}
+
+void Interpreter::BeginCall(std::chrono::milliseconds budget) {
+    if (running_) return;
+    running_ = true;
+    budget_ = budget;
+    deadline_ = std::chrono::steady_clock::now() + budget;
+    tick_ = 4096;
+    native_base_ = static_cast<const char*>(__builtin_frame_address(0));
+}
+
+void Interpreter::RunTopLevel(CodeUnit& unit) {
+    Frame top;
+    struct Restore {
+        Frame*& frame;
+        Frame* saved;
+        ~Restore() { frame = saved; }
+    } restore{frame, frame};
+    frame = &top;
+    ExecBlock(unit.body);
+}
+
+void Interpreter::EndCall() {
+    running_ = false;
+}
+
+std::vector<Variant> Interpreter::EvalArgs(const ExprList& args) {
+    std::vector<Variant> values;
+    values.reserve(args.size() + 1);
+    for (const auto& a : args)
+        values.push_back(Eval(*a).Deref());
+    return values;
+}
+
+Variant Interpreter::Eval(const Expr& e) {
+    switch (e.kind) {
+    case ExprKind::Constant:
+        return static_cast<const ConstantExpr&>(e).value;
+    case ExprKind::Name:
+        return EvalName(static_cast<const NameExpr&>(e));
+    case ExprKind::Member:
+        return EvalMember(static_cast<const MemberExpr&>(e), InvokeKind::Get);
+    case ExprKind::Index:
+        return EvalIndex(static_cast<const IndexExpr&>(e));
+    case ExprKind::Unary: {
+        const auto& u = static_cast<const UnaryExpr&>(e);
+        Variant v = Eval(*u.operand);
+        if (u.op == UnaryOp::Negate) return Negate(v);
+        if (u.op == UnaryOp::Not) return Not(v);
+        return std::move(v.Deref());
+    }
+    case ExprKind::Binary:
+        return EvalBinary(static_cast<const BinaryExpr&>(e));
+    case ExprKind::New:
+        return EvalNew(static_cast<const NewExpr&>(e));
+    case ExprKind::Me:
+        if (!frame || !frame->me) Raise(err::kInvalidUseOfMe);
+        return Variant::Object(frame->me);
+    }
+    Raise(err::kTypeMismatch);
+}
+
+// Operands that are constants or plain locals are read in place rather than copied.
+const Variant& Interpreter::Operand(const Expr& e, Variant& scratch) {
+    if (e.kind == ExprKind::Constant) return static_cast<const ConstantExpr&>(e).value;
+    if (e.kind == ExprKind::Name) {
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Local && n.args.empty()) return frame->locals[n.index].Deref();
+    }
+    scratch = Eval(e);
+    return scratch.Deref();
+}
+
+Variant Interpreter::EvalBinary(const BinaryExpr& b) {
+    Variant left_scratch, right_scratch;
+    const Variant& l = Operand(*b.left, left_scratch);
+    const Variant& r = Operand(*b.right, right_scratch);
+    switch (b.op) {
+    case BinaryOp::Add:
+    case BinaryOp::Subtract:
+    case BinaryOp::Multiply: {
+        // Small whole numbers stay out of the general path.
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if ((x.tag() == Variant::Tag::Integer || x.tag() == Variant::Tag::Long) &&
+            (y.tag() == Variant::Tag::Integer || y.tag() == Variant::Tag::Long)) {
+            const std::int64_t a = x.whole(), c = y.whole();
+            const int rank = x.tag() == Variant::Tag::Long || y.tag() == Variant::Tag::Long ? 3 : 2;
+            const std::int64_t v = b.op == BinaryOp::Add        ? a + c
+                                   : b.op == BinaryOp::Subtract ? a - c
+                                                                : a * c;
+            return FitWhole(v, rank);
+        }
+        return Arithmetic(b.op, l, r);
+    }
+    case BinaryOp::IntDivide:
+    case BinaryOp::Mod: {
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer && y.whole() != 0)
+            return Variant::Integer(b.op == BinaryOp::Mod ? x.whole() % y.whole()
+                                                          : x.whole() / y.whole());
+        return Arithmetic(b.op, l, r);
+    }
+    case BinaryOp::Divide:
+    case BinaryOp::Power:
+        return Arithmetic(b.op, l, r);
+    case BinaryOp::Concat:
+        return Concat(l, r);
+    case BinaryOp::And:
+    case BinaryOp::Or:
+    case BinaryOp::Xor:
+    case BinaryOp::Eqv:
+    case BinaryOp::Imp:
+        return Logical(b.op, l, r);
+    case BinaryOp::Is: {
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if (!x.IsObject() || !y.IsObject()) Raise(err::kObjectRequired);
+        return Variant::Boolean(x.object() == y.object());
+    }
+    default: {
+        const Variant& x = l.Deref();
+        const Variant& y = r.Deref();
+        if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer) {
+            const int a = x.whole(), c = y.whole();
+            switch (b.op) {
+            case BinaryOp::Equal:
+                return Variant::Boolean(a == c);
+            case BinaryOp::NotEqual:
+                return Variant::Boolean(a != c);
+            case BinaryOp::Less:
+                return Variant::Boolean(a < c);
+            case BinaryOp::LessEqual:
+                return Variant::Boolean(a <= c);
+            case BinaryOp::Greater:
+                return Variant::Boolean(a > c);
+            default:
+                return Variant::Boolean(a >= c);
+            }
+        }
+        return Comparison(b.op, x, y, b.literal);
+    }
+    }
+}
+
+Variant& Interpreter::VariableOf(const NameExpr& e) {
+    switch (e.scope) {
+    case Scope::Local:
+        return frame->locals[e.index].Deref();
+    case Scope::Field:
+        return frame->me->fields[e.index];
+    case Scope::Global: {
+        GlobalEntry& g = globals[e.index];
+        if (g.proc || g.cls || g.host) Raise(err::kNotAssignable);
+        if (!g.declared && option_explicit)
+            Raise(err::kUndefinedVariable, "Variable is undefined: '" + e.name + "'");
+        return g.value;
+    }
+    default:
+        Raise(err::kNotAssignable);
+    }
+}
+
+Variant Interpreter::EvalName(const NameExpr& e) {
+    switch (e.scope) {
+    case Scope::Local: {
+        const Variant& v = frame->locals[e.index].Deref();
+        if (e.args.empty()) return v;
+        return IndexValue(v, e.args, e);
+    }
+    case Scope::Field: {
+        const Variant& v = frame->me->fields[e.index];
+        if (e.args.empty()) return v;
+        return IndexValue(v, e.args, e);
+    }
+    case Scope::Global: {
+        GlobalEntry& g = globals[e.index];
+        if (g.proc) {
+            if (g.proc->kind == ProcKind::Sub && !e.args.empty() && e.parens) {
+                // A Sub used as a value still runs, and gives Empty.
+            }
+            return CallProcedure(*g.proc, nullptr, e.args);
+        }
+        if (g.host) {
+            std::vector<Variant> args = EvalArgs(e.args);
+            Variant result;
+            if (int code = g.host->Invoke(g.host_id, InvokeKind::Get, args, result)) Raise(code);
+            return result;
+        }
+        if (g.cls) Raise(err::kTypeMismatch);
+        if (!g.declared && option_explicit)
+            Raise(err::kUndefinedVariable, "Variable is undefined: '" + e.name + "'");
+        if (e.args.empty()) return g.value;
+        return IndexValue(g.value, e.args, e);
+    }
+    case Scope::ClassMember: {
+        std::vector<Variant> args = EvalArgs(e.args);
+        Variant result;
+        if (int code = InvokeClassMember(*frame->me, e.index, InvokeKind::Get, args, result))
+            Raise(code);
+        return result;
+    }
+    case Scope::Builtin: {
+        const Builtin& b = BuiltinAt(e.index);
+        const int n = static_cast<int>(e.args.size());
+        if (n < b.min_args || n > b.max_args) Raise(err::kWrongArguments);
+        if (n <= 4) {
+            Variant args[4];
+            for (int i = 0; i < n; ++i)
+                args[i] = Eval(*e.args[i]).Deref();
+            return b.fn(*this, std::span<Variant>(args, static_cast<std::size_t>(n)));
+        }
+        std::vector<Variant> args = EvalArgs(e.args);
+        return b.fn(*this, args);
+    }
+    case Scope::Unresolved:
+        break;
+    }
+    Raise(err::kUndefinedVariable);
+}
+
+Variant Interpreter::IndexValue(const Variant& holder, const ExprList& args, const Expr& at) {
+    (void)at;
+    if (holder.IsArray()) {
+        long subs[ArrayBox::kMaxDimensions];
+        if (args.size() > static_cast<std::size_t>(ArrayBox::kMaxDimensions))
+            Raise(err::kSubscript);
+        for (std::size_t i = 0; i < args.size(); ++i)
+            subs[i] = ToLong(Eval(*args[i]));
+        ArrayBox* box = holder.array();
+        const long offset = box->Offset(subs, args.size());
+        if (offset < 0) Raise(err::kSubscript);
+        return box->items[static_cast<std::size_t>(offset)];
+    }
+    if (holder.IsObject()) {
+        Object* object = holder.object();
+        if (!object) Raise(err::kObjectVariableNotSet);
+        const int id = object->DefaultMember();
+        if (id < 0) Raise(err::kNoSuchMember);
+        std::vector<Variant> values = EvalArgs(args);
+        Variant result;
+        if (int code = object->Invoke(id, InvokeKind::Get, values, result)) Raise(code);
+        return result;
+    }
+    Raise(err::kTypeMismatch);
+}
+
+Variant* Interpreter::ElementOf(Variant& holder, const ExprList& args) {
+    if (!holder.IsArray()) return nullptr;
+    long subs[ArrayBox::kMaxDimensions];
+    if (args.size() > static_cast<std::size_t>(ArrayBox::kMaxDimensions)) Raise(err::kSubscript);
+    for (std::size_t i = 0; i < args.size(); ++i)
+        subs[i] = ToLong(Eval(*args[i]));
+    ArrayBox* box = holder.array();
+    if (box->Refs() > 1) {
+        // Another variable shares this array: give this one its own copy first.
+        ArrayBox* copy = box->Clone();
+        copy->fixed = box->fixed;
+        holder = Variant::Array(copy);
+        box = copy;
+    }
+    const long offset = box->Offset(subs, args.size());
+    if (offset < 0) Raise(err::kSubscript);
+    return &box->items[static_cast<std::size_t>(offset)];
+}
+
+Variant Interpreter::InvokeObject(const Variant& in, std::string_view name, const void*& key,
+                                  int& id, InvokeKind kind, std::vector<Variant>& args) {
+    const Variant& v = in.Deref();
+    if (!v.IsObject()) Raise(err::kObjectRequired);
+    Object* object = v.object();
+    if (!object) Raise(err::kObjectVariableNotSet);
+    if (object->MemberTableKey() != key) {
+        id = object->FindMember(name);
+        key = object->MemberTableKey();
+    }
+    if (id < 0) {
+        key = nullptr;
+        Raise(err::kNoSuchMember,
+              "Object doesn't support this property or method: '" + std::string(name) + "'");
+    }
+    Variant result;
+    if (int code = object->Invoke(id, kind, args, result)) {
+        if (code == err::kNoSuchMember)
+            Raise(code,
+                  "Object doesn't support this property or method: '" + std::string(name) + "'");
+        Raise(code);
+    }
+    return result;
+}
+
+Variant Interpreter::EvalMember(const MemberExpr& e, InvokeKind kind) {
+    Variant object = Eval(*e.object);
+    if (!object.Deref().IsObject()) RequireObject(*e.object);
+    std::vector<Variant> args = EvalArgs(e.args);
+    auto& m = const_cast<MemberExpr&>(e);
+    return InvokeObject(object, e.name, m.cache_key, m.cache_id, kind, args);
+}
+
+void Interpreter::RequireObject(const Expr& e) {
+    // The message names the variable that should have held the object.
+    if (e.kind == ExprKind::Name)
+        Raise(err::kObjectRequired,
+              "Object required: '" + static_cast<const NameExpr&>(e).name + "'");
+    Raise(err::kObjectRequired);
+}
+
+Variant Interpreter::EvalIndex(const IndexExpr& e) {
+    Variant target = Eval(*e.target);
+    return IndexValue(target.Deref(), e.args, e);
+}
+
+Variant Interpreter::EvalNew(const NewExpr& e) {
+    const GlobalEntry& g = globals[e.global];
+    if (!g.cls) Raise(506, "Class not defined: '" + e.class_name + "'");
+    auto* object = new ScriptObject(*this, *g.cls);
+    Variant holder = Variant::Object(object);
+    if (g.cls->initialize) {
+        std::vector<Variant> none;
+        CallWithValues(*g.cls->initialize, object, none);
+    }
+    object->initialized = true;
+    return holder;
+}
+
+} // namespace tess::vbs

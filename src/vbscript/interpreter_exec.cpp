@@ -1,0 +1,433 @@
+// Statements and procedure calls.
+
+#include "vbscript/array_box.h"
+#include "vbscript/coerce.h"
+#include "vbscript/interpreter.h"
+#include "vbscript/limits.h"
+
+namespace tess::vbs {
+
+namespace {
+
+bool IsReferenceable(const Expr& e) {
+    if (e.kind != ExprKind::Name) return false;
+    const auto& n = static_cast<const NameExpr&>(e);
+    return n.args.empty() && !n.parens &&
+           (n.scope == Scope::Local || n.scope == Scope::Field || n.scope == Scope::Global);
+}
+
+bool Truth(const Variant& v) {
+    const Variant& d = v.Deref();
+    if (d.IsNull()) return false;
+    if (d.tag() == Variant::Tag::Boolean) return d.whole() != 0;
+    return ToBool(d);
+}
+
+// Restores the caller's frame and frees the callee's slots however the call ends.
+struct CallScope {
+    CallScope(std::vector<Variant>& stack, std::size_t& top, std::size_t base, Frame*& frame,
+              int& depth)
+        : stack(stack), top(top), base(base), frame(frame), saved(frame), depth(depth) {}
+    ~CallScope() {
+        for (std::size_t i = base; i < top; ++i)
+            stack[i] = Variant();
+        top = base;
+        frame = saved;
+        --depth;
+    }
+    std::vector<Variant>& stack;
+    std::size_t& top;
+    std::size_t base;
+    Frame*& frame;
+    Frame* saved;
+    int& depth;
+};
+
+} // namespace
+
+// Error 28 before the evaluator's slots or the machine stack run out.
+void Interpreter::CheckCallRoom(std::size_t slots_needed) {
+    const char* here = static_cast<const char*>(__builtin_frame_address(0));
+    if (call_depth_ >= kMaxCallDepth || slots_needed > stack_.size() ||
+        (native_base_ && static_cast<std::size_t>(native_base_ - here) > kMaxNativeStack))
+        Raise(err::kOutOfStack);
+    if (--tick_ <= 0) Tick();
+}
+
+Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, const ExprList& args) {
+    if (args.size() != proc.params.size()) Raise(err::kWrongArguments);
+    const std::size_t base = stack_top_;
+    const std::size_t count = static_cast<std::size_t>(proc.SlotCount());
+    CheckCallRoom(base + count);
+    ++call_depth_;
+    Frame callee{&stack_[base], me, &proc, false};
+    CallScope scope(stack_, stack_top_, base, frame, call_depth_);
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        const Expr& a = *args[i];
+        if (!proc.params[i].by_val && IsReferenceable(a)) {
+            Variant& target = VariableOf(static_cast<const NameExpr&>(a));
+            stack_[base + i] = Variant::Reference(&target);
+        } else {
+            stack_[base + i] = Eval(a).Deref();
+        }
+        stack_top_ = base + i + 1;
+    }
+    stack_top_ = base + count;
+    frame = &callee;
+    ExecBlock(proc.body);
+    return std::move(stack_[base + static_cast<std::size_t>(proc.ResultSlot())]);
+}
+
+Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
+                                    std::span<Variant> args) {
+    if (args.size() != proc.params.size()) Raise(err::kWrongArguments);
+    const std::size_t base = stack_top_;
+    const std::size_t count = static_cast<std::size_t>(proc.SlotCount());
+    CheckCallRoom(base + count);
+    ++call_depth_;
+    Frame callee{&stack_[base], me, &proc, false};
+    CallScope scope(stack_, stack_top_, base, frame, call_depth_);
+    for (std::size_t i = 0; i < args.size(); ++i)
+        stack_[base + i] = args[i].Deref();
+    stack_top_ = base + count;
+    frame = &callee;
+    ExecBlock(proc.body);
+    return std::move(stack_[base + static_cast<std::size_t>(proc.ResultSlot())]);
+}
+
+void Interpreter::CatchInStatement(RuntimeError& e, const Stmt& s) {
+    if (e.line == 0) {
+        e.line = s.line;
+        e.column = s.column;
+    }
+    if (!frame || !frame->resume_next || e.number == err::kTimeBudget) throw;
+    err->Set(e);
+}
+
+Flow Interpreter::ExecBlock(const Block& block) {
+    for (const auto& s : block) {
+        try {
+            const Flow f = Exec(*s);
+            if (f != Flow::Normal) return f;
+        } catch (RuntimeError& e) {
+            CatchInStatement(e, *s);
+        }
+    }
+    return Flow::Normal;
+}
+
+Flow Interpreter::Exec(const Stmt& s) {
+    switch (s.kind) {
+    case StmtKind::Assign:
+        ExecAssign(static_cast<const AssignStmt&>(s));
+        return Flow::Normal;
+    case StmtKind::Call:
+        ExecCall(static_cast<const CallStmt&>(s));
+        return Flow::Normal;
+    case StmtKind::If:
+        return ExecIf(static_cast<const IfStmt&>(s));
+    case StmtKind::Select:
+        return ExecSelect(static_cast<const SelectStmt&>(s));
+    case StmtKind::For:
+        return ExecFor(static_cast<const ForStmt&>(s));
+    case StmtKind::ForEach:
+        return ExecForEach(static_cast<const ForEachStmt&>(s));
+    case StmtKind::Do:
+        return ExecDo(static_cast<const DoStmt&>(s));
+    case StmtKind::Exit:
+        switch (static_cast<const ExitStmt&>(s).which) {
+        case ExitKind::Do:
+            return Flow::ExitDo;
+        case ExitKind::For:
+            return Flow::ExitFor;
+        default:
+            return Flow::ExitProc;
+        }
+    case StmtKind::Dim:
+    case StmtKind::ReDim:
+        ExecDim(static_cast<const DimStmt&>(s));
+        return Flow::Normal;
+    case StmtKind::Erase:
+        ExecErase(static_cast<const EraseStmt&>(s));
+        return Flow::Normal;
+    case StmtKind::OnError:
+        if (frame) frame->resume_next = static_cast<const OnErrorStmt&>(s).resume_next;
+        err->Clear();
+        return Flow::Normal;
+    case StmtKind::With:
+        return ExecWith(static_cast<const WithStmt&>(s));
+    }
+    return Flow::Normal;
+}
+
+void Interpreter::ExecAssign(const AssignStmt& s) {
+    Variant value = Eval(*s.value);
+    Variant& v = value.Deref();
+    if (s.is_set) {
+        if (!v.IsObject()) Raise(err::kObjectRequired);
+        Store(*s.target, v, true);
+        return;
+    }
+    if (v.IsObject()) {
+        Store(*s.target, ValueOf(v), false);
+        return;
+    }
+    if (v.IsArray() && v.array()->fixed) v = Variant::Array(v.array()->Clone());
+    Store(*s.target, std::move(v), false);
+}
+
+void Interpreter::Store(const Expr& target, Variant value, bool is_set) {
+    const InvokeKind kind = is_set ? InvokeKind::Set : InvokeKind::Let;
+    if (target.kind == ExprKind::Member) {
+        const auto& m = static_cast<const MemberExpr&>(target);
+        Variant object = Eval(*m.object);
+        if (!object.Deref().IsObject()) RequireObject(*m.object);
+        std::vector<Variant> args = EvalArgs(m.args);
+        args.push_back(std::move(value));
+        auto& mm = const_cast<MemberExpr&>(m);
+        InvokeObject(object, m.name, mm.cache_key, mm.cache_id, kind, args);
+        return;
+    }
+    if (target.kind != ExprKind::Name) Raise(err::kNotAssignable);
+    const auto& n = static_cast<const NameExpr&>(target);
+    if (n.scope == Scope::ClassMember || (n.scope == Scope::Global && globals[n.index].host)) {
+        std::vector<Variant> args = EvalArgs(n.args);
+        args.push_back(std::move(value));
+        Variant ignored;
+        int code = 0;
+        if (n.scope == Scope::ClassMember)
+            code = InvokeClassMember(*frame->me, n.index, kind, args, ignored);
+        else
+            code = globals[n.index].host->Invoke(globals[n.index].host_id, kind, args, ignored);
+        if (code) Raise(code);
+        return;
+    }
+    Variant& slot = VariableOf(n);
+    if (n.args.empty()) {
+        slot = std::move(value);
+        return;
+    }
+    if (Variant* element = ElementOf(slot, n.args)) {
+        *element = std::move(value);
+        return;
+    }
+    if (slot.IsObject()) {
+        Object* object = slot.object();
+        if (!object) Raise(err::kObjectVariableNotSet);
+        const int id = object->DefaultMember();
+        if (id < 0) Raise(err::kNoSuchMember);
+        std::vector<Variant> args = EvalArgs(n.args);
+        args.push_back(std::move(value));
+        Variant ignored;
+        if (int code = object->Invoke(id, kind, args, ignored)) Raise(code);
+        return;
+    }
+    Raise(err::kTypeMismatch);
+}
+
+void Interpreter::ExecCall(const CallStmt& s) {
+    const Expr& e = *s.call;
+    if (e.kind == ExprKind::Member) {
+        EvalMember(static_cast<const MemberExpr&>(e), InvokeKind::Call);
+        return;
+    }
+    if (e.kind == ExprKind::Name) {
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Global && globals[n.index].proc) {
+            CallProcedure(*globals[n.index].proc, nullptr, n.args);
+            return;
+        }
+        if (n.scope == Scope::ClassMember) {
+            std::vector<Variant> args = EvalArgs(n.args);
+            Variant ignored;
+            if (int code = InvokeClassMember(*frame->me, n.index, InvokeKind::Call, args, ignored))
+                Raise(code);
+            return;
+        }
+        if (n.scope == Scope::Global && !globals[n.index].host && !globals[n.index].declared &&
+            n.args.empty())
+            Raise(35, "Type mismatch: '" + n.name + "'");
+    }
+    Eval(e);
+}
+
+Flow Interpreter::ExecIf(const IfStmt& s) {
+    for (std::size_t i = 0; i < s.conditions.size(); ++i)
+        if (Truth(Eval(*s.conditions[i]))) return ExecBlock(s.blocks[i]);
+    if (s.blocks.size() > s.conditions.size()) return ExecBlock(s.blocks.back());
+    return Flow::Normal;
+}
+
+Flow Interpreter::ExecSelect(const SelectStmt& s) {
+    const Variant subject = Eval(*s.subject).Deref();
+    for (std::size_t c = 0; c < s.cases.size(); ++c) {
+        for (const CaseItem& item : s.cases[c]) {
+            const Variant low = Eval(*item.low);
+            const Literal lit =
+                item.low->kind == ExprKind::Constant ? Literal::Right : Literal::None;
+            bool match;
+            if (item.high) {
+                const Variant high = Eval(*item.high);
+                const int a = Compare(subject, low, lit);
+                const int b =
+                    Compare(subject, high,
+                            item.high->kind == ExprKind::Constant ? Literal::Right : Literal::None);
+                match = a != 2 && b != 2 && a >= 0 && b <= 0;
+            } else {
+                match = Truth(Comparison(item.is_op, subject, low, lit));
+            }
+            if (match) return ExecBlock(s.blocks[c]);
+        }
+    }
+    if (s.has_else) return ExecBlock(s.blocks.back());
+    return Flow::Normal;
+}
+
+Flow Interpreter::ExecFor(const ForStmt& s) {
+    const auto& var = static_cast<const NameExpr&>(*s.variable);
+    Variant from = Eval(*s.from).Deref();
+    const Variant to = ValueOf(Eval(*s.to));
+    const Variant step = s.step ? ValueOf(Eval(*s.step)) : Variant::Integer(1);
+    from = ValueOf(from);
+    if (from.IsNull() || to.IsNull() || step.IsNull()) Raise(err::kInvalidUseOfNull);
+    const double end = ToDouble(to);
+    const double increment = ToDouble(step);
+    VariableOf(var) = from.IsString() ? Variant::Double(ToDouble(from)) : from;
+    if (from.IsWhole() && to.IsWhole() && step.IsWhole() && from.tag() != Variant::Tag::Boolean)
+        return ExecWholeFor(s, var, to.whole(), step);
+    for (;;) {
+        const Variant& current = VariableOf(var);
+        const double value = ToDouble(current);
+        if (increment >= 0 ? value > end : value < end) break;
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitFor) break;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+        Variant& counter = VariableOf(var);
+        counter = Arithmetic(BinaryOp::Add, counter, step);
+    }
+    return Flow::Normal;
+}
+
+// The common loop over whole numbers, without the general arithmetic. The counter is read
+// back each time, so a body that changes it behaves as in the general loop.
+Flow Interpreter::ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64_t end,
+                               const Variant& step) {
+    const std::int64_t increment = step.whole();
+    for (;;) {
+        const Variant& current = VariableOf(var);
+        if (!current.IsWhole()) break;
+        const std::int64_t value = current.whole();
+        if (increment >= 0 ? value > end : value < end) return Flow::Normal;
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitFor) return Flow::Normal;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+        Variant& counter = VariableOf(var);
+        if (!counter.IsWhole()) {
+            counter = Arithmetic(BinaryOp::Add, counter, step);
+            break;
+        }
+        const int rank =
+            counter.tag() == Variant::Tag::Long || step.tag() == Variant::Tag::Long ? 3 : 2;
+        counter = FitWhole(counter.whole() + increment, rank);
+    }
+    // The body made the counter a fraction or a string: carry on the general way.
+    const double stop = static_cast<double>(end);
+    for (;;) {
+        const double value = ToDouble(VariableOf(var));
+        if (increment >= 0 ? value > stop : value < stop) break;
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitFor) break;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+        Variant& counter = VariableOf(var);
+        counter = Arithmetic(BinaryOp::Add, counter, step);
+    }
+    return Flow::Normal;
+}
+
+Flow Interpreter::ExecForEach(const ForEachStmt& s) {
+    const auto& var = static_cast<const NameExpr&>(*s.variable);
+    const Variant collection = Eval(*s.collection).Deref();
+    std::vector<Variant> items;
+    if (collection.IsArray()) {
+        items = collection.array()->items;
+    } else if (collection.IsObject()) {
+        if (!collection.object()) Raise(err::kObjectVariableNotSet);
+        if (!collection.object()->Enumerate(items)) Raise(err::kNoSuchMember);
+    } else {
+        Raise(err::kNotEnumerable);
+    }
+    for (Variant& item : items) {
+        VariableOf(var) = std::move(item);
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitFor) break;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+    }
+    return Flow::Normal;
+}
+
+Flow Interpreter::ExecDo(const DoStmt& s) {
+    for (;;) {
+        if (s.condition && s.test_first && Truth(Eval(*s.condition)) == s.until) break;
+        const Flow f = ExecBlock(s.body);
+        if (f == Flow::ExitDo) break;
+        if (f != Flow::Normal) return f;
+        if (--tick_ <= 0) Tick();
+        if (s.condition && !s.test_first && Truth(Eval(*s.condition)) == s.until) break;
+    }
+    return Flow::Normal;
+}
+
+void Interpreter::ExecDim(const DimStmt& s) {
+    for (const DimItem& item : s.items) {
+        if (item.bounds.empty()) continue;
+        std::vector<int> upper;
+        for (const auto& b : item.bounds)
+            upper.push_back(ToLong(Eval(*b)));
+        Variant& slot = VariableOf(static_cast<const NameExpr&>(*item.target));
+        int code = 0;
+        if (s.kind == StmtKind::ReDim && slot.IsArray()) {
+            if (slot.array()->fixed) Raise(err::kFixedArray);
+            if (s.preserve) {
+                if (slot.array()->Refs() > 1) slot = Variant::Array(slot.array()->Clone());
+                if ((code = slot.array()->Resize(upper, true))) Raise(code);
+                continue;
+            }
+        }
+        ArrayBox* box = ArrayBox::Create(upper, code);
+        if (!box) Raise(code);
+        box->fixed = s.kind == StmtKind::Dim;
+        slot = Variant::Array(box);
+    }
+}
+
+void Interpreter::ExecErase(const EraseStmt& s) {
+    Variant& slot = VariableOf(static_cast<const NameExpr&>(*s.target));
+    if (!slot.IsArray()) Raise(err::kTypeMismatch);
+    if (slot.array()->fixed) {
+        if (slot.array()->Refs() > 1) {
+            ArrayBox* copy = slot.array()->Clone();
+            copy->fixed = true;
+            slot = Variant::Array(copy);
+        }
+        for (Variant& v : slot.array()->items)
+            v = Variant();
+        return;
+    }
+    slot = Variant();
+}
+
+Flow Interpreter::ExecWith(const WithStmt& s) {
+    Variant object = Eval(*s.object).Deref();
+    if (!object.IsObject()) Raise(err::kObjectRequired);
+    Variant& holder = VariableOf(static_cast<const NameExpr&>(*s.holder));
+    holder = std::move(object);
+    const Flow f = ExecBlock(s.body);
+    VariableOf(static_cast<const NameExpr&>(*s.holder)) = Variant();
+    return f;
+}
+
+} // namespace tess::vbs

@@ -1,0 +1,4 @@
+MsgBox "never"
+If x Then
+  y = (1 +
+End If
