@@ -1,6 +1,7 @@
 #include "app/main_procedure.h"
 
 #include "app/application.h"
+#include "app/file_command_support.h"
 #include "app/portfolio_hosting.h"
 #include "app/quit.h"
 #include "app/user_interface.h"
@@ -40,7 +41,7 @@ int Main(Application& app) {
     app.SetRunning(true);
     app.SetStarting(true);
     if (!app.Lock().Acquire(app.PathInDirectory("Tessarolle.lock"))) {
-        ui.ShowMessage("There is already an instance of Tessarolle running.", "Already Running");
+        ShowAlreadyRunning(ui, app.PathInDirectory("Tessarolle.lock"));
         app.SetRunning(false);
         app.SetStarting(false);
         return kExitAlreadyRunning;

@@ -1,0 +1,148 @@
+// The program as a command and a service: its exit statuses, -C, the log's levels and the
+// journal's format, a missing canvas file, and --require-web.
+
+#include "support/run_process.h"
+#include "support/temp_dir.h"
+
+#include <filesystem>
+#include <string>
+
+#include <asio/ip/tcp.hpp>
+#include <gtest/gtest.h>
+
+namespace tess {
+namespace {
+
+using test::ReadFileBytes;
+using test::RunProcess;
+
+bool Has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+// A site folder: Tessarolle.INI, a portfolio with one canvas that serves itself on `port`
+// (web server off when `port` is 0).
+void WriteSite(const std::string& folder, int port) {
+    std::filesystem::create_directories(folder);
+    test::WriteFileBytes(folder + "/site.por",
+                         "[Canvas01]\r\nFileName=cam.can\r\n[WebServer]\r\nEnabled=" +
+                             std::string(port ? "True" : "False") +
+                             "\r\nPort=" + std::to_string(port) + "\r\n");
+    test::WriteFileBytes(folder + "/cam.can", "[General]\r\nName=Cam\r\nWidth=64\r\nHeight=48\r\n"
+                                              "[WebServer]\r\nEnabled=True\r\n"
+                                              "FileName=Canvas01.jpg\r\n");
+}
+
+TEST(ExitStatus, UsageErrorsAreTwoAndHelpIsZero) {
+    test::TempDir dir;
+    const std::vector<std::vector<std::string>> usage = {
+        {"--for", "-1"},                                        // a value the option refuses
+        {"--no-such-option"},                                   // an unknown option
+        {"run"},                                                // a required argument left out
+        {"sun", "extra", "words"},                              // arguments nobody takes
+        {"--log-level", "loud"},                                // not a level
+        {"-C", dir.File("missing"), "sun"},                     // a folder that is not there
+        {"run", dir.File("missing.por")},                       // a portfolio that is not there
+        {"render", dir.File("x.can"), "-o", dir.File("x.jpg")}, // a canvas that is not there
+    };
+    for (std::vector<std::string> args : usage) {
+        args.insert(args.begin(), TESS_BINARY);
+        auto result = RunProcess(args, dir.Path());
+        EXPECT_EQ(result.exit_code, 2) << args[1] << ": " << result.err;
+    }
+    EXPECT_TRUE(Has(RunProcess({TESS_BINARY, "-C", dir.File("missing"), "sun"}, dir.Path()).err,
+                    "cannot change to the folder '" + dir.File("missing") + "'"));
+    auto help = RunProcess({TESS_BINARY, "--help"}, dir.Path());
+    EXPECT_EQ(help.exit_code, 0);
+    EXPECT_TRUE(Has(help.out, "--require-web") && Has(help.out, "--log-level")) << help.out;
+    EXPECT_EQ(RunProcess({TESS_BINARY, "--version"}, dir.Path()).exit_code, 0);
+    EXPECT_FALSE(std::filesystem::exists(dir.File("Tessarolle.INI")));
+}
+
+TEST(ChangeFolder, RunsTheSiteFromAnotherFolderAndWritesNothingWhereItWasStarted) {
+    test::TempDir dir;
+    WriteSite(dir.File("site"), 0);
+    std::filesystem::create_directories(dir.File("elsewhere"));
+    auto result =
+        RunProcess({TESS_BINARY, "-C", dir.File("site"), "run", "site.por", "--for", "0.3"},
+                   dir.File("elsewhere"));
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_TRUE(Has(ReadFileBytes(dir.File("site/Tessarolle.INI")), "LastPortfolio=site.por"));
+    EXPECT_TRUE(Has(ReadFileBytes(dir.File("site/Tessarolle.log")), "Tessarolle stopped"));
+    EXPECT_FALSE(Has(result.err, "error:")) << result.err;
+    EXPECT_TRUE(std::filesystem::is_empty(dir.File("elsewhere")));
+
+    // After the subcommand too, as the options of make and tar may be placed.
+    result = RunProcess({TESS_BINARY, "run", "site.por", "--for", "0.2", "-C", dir.File("site")},
+                        dir.File("elsewhere"));
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_TRUE(std::filesystem::is_empty(dir.File("elsewhere")));
+}
+
+TEST(ChangeFolder, AMissingCanvasFileIsAnErrorNamingBothFilesAndIsNotMade) {
+    test::TempDir dir;
+    WriteSite(dir.File("site"), 0);
+    std::filesystem::create_directories(dir.File("elsewhere"));
+    // Without -C the canvas file is looked for where the program runs.
+    auto result = RunProcess({TESS_BINARY, "run", dir.File("site/site.por"), "--for", "0.3"},
+                             dir.File("elsewhere"));
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_TRUE(Has(result.err, "error: portfolio '" + dir.File("site/site.por") +
+                                    "': the canvas file 'cam.can' of slot 1 does not exist"))
+        << result.err;
+    EXPECT_FALSE(std::filesystem::exists(dir.File("elsewhere/cam.can")));
+    EXPECT_EQ(ReadFileBytes(dir.File("site/cam.can")).find("Background"), std::string::npos);
+}
+
+TEST(Logging, LevelsAndTheJournalFormat) {
+    test::TempDir dir;
+    auto quiet = RunProcess({TESS_BINARY, "--log-level", "warning", "--for", "0.2"}, dir.Path());
+    EXPECT_EQ(quiet.exit_code, 0) << quiet.err;
+    EXPECT_FALSE(Has(quiet.err, "started")) << quiet.err;
+    EXPECT_FALSE(Has(ReadFileBytes(dir.File("Tessarolle.log")), "started"));
+
+    // systemd names the journal's stream by device and inode; only a stderr that is that
+    // stream gets the journal's format.
+    const std::string run = std::string("exec '") + TESS_BINARY + "' --for 0.2";
+    auto journal = RunProcess(
+        {"/bin/sh", "-c", "JOURNAL_STREAM=$(stat -L -c %d:%i /proc/self/fd/2) " + run}, dir.Path());
+    EXPECT_EQ(journal.exit_code, 0) << journal.err;
+    EXPECT_TRUE(Has(journal.err, "<6>Tessarolle started in '.'\n")) << journal.err;
+    EXPECT_FALSE(Has(journal.err, " info: ")) << journal.err;
+    // The file keeps its time stamps.
+    EXPECT_TRUE(Has(ReadFileBytes(dir.File("Tessarolle.log")), " info: Tessarolle started"));
+
+    auto other = RunProcess({"/bin/sh", "-c", "JOURNAL_STREAM=1:2 " + run}, dir.Path());
+    EXPECT_TRUE(Has(other.err, " info: Tessarolle started")) << other.err;
+}
+
+TEST(RequireWeb, APortInUseOrAServerSwitchedOffEndsWithStatusFour) {
+    test::TempDir dir;
+    asio::io_context loop;
+    asio::ip::tcp::acceptor taken(loop, {asio::ip::address_v4::any(), 0});
+    const int port = taken.local_endpoint().port();
+    WriteSite(dir.File("busy"), port);
+
+    // Without the option the program goes on without its web server, saying so as an error.
+    auto lenient = RunProcess({TESS_BINARY, "run", "site.por", "--for", "0.3"}, dir.File("busy"));
+    EXPECT_EQ(lenient.exit_code, 0) << lenient.err;
+    EXPECT_TRUE(
+        Has(lenient.err, "error: web server: cannot listen on port " + std::to_string(port)))
+        << lenient.err;
+    EXPECT_TRUE(Has(lenient.err, "error: Web Start Error: ")) << lenient.err;
+
+    auto strict = RunProcess({TESS_BINARY, "run", "site.por", "--for", "5", "--require-web"},
+                             dir.File("busy"));
+    EXPECT_EQ(strict.exit_code, 4) << strict.err;
+    EXPECT_TRUE(Has(strict.err, "--require-web: the web server cannot listen")) << strict.err;
+    EXPECT_TRUE(Has(ReadFileBytes(dir.File("busy/Tessarolle.log")), "Tessarolle stopped"));
+
+    WriteSite(dir.File("off"), 0);
+    auto off = RunProcess({TESS_BINARY, "--require-web", "run", "site.por", "--for", "5"},
+                          dir.File("off"));
+    EXPECT_EQ(off.exit_code, 4) << off.err;
+    EXPECT_TRUE(Has(off.err, "is switched off")) << off.err;
+}
+
+} // namespace
+} // namespace tess
