@@ -7,6 +7,7 @@
 #include "app/exit_status.h"
 #include "app/headless_ui.h"
 #include "app/main_procedure.h"
+#include "app/portfolio_reload.h"
 #include "app/quit.h"
 #include "app/web_hosting.h"
 #include "base/log.h"
@@ -46,6 +47,14 @@ void AwaitQuitSignal(asio::signal_set& signals, Application& app) {
     });
 }
 
+void AwaitReloadSignal(asio::signal_set& signals, PortfolioReload& reload) {
+    signals.async_wait([&signals, &reload](const std::error_code& ec, int) {
+        if (ec) return;
+        reload.Reload();
+        AwaitReloadSignal(signals, reload);
+    });
+}
+
 } // namespace
 
 int RunProgram(const RunOptions& options) {
@@ -61,12 +70,15 @@ int RunProgram(const RunOptions& options) {
     // Caught from here on: a signal during start-up waits for the loop, which then quits
     // the orderly way, instead of killing the program half started.
     asio::signal_set signals(app.Loop(), SIGINT, SIGTERM);
+    asio::signal_set hangup(app.Loop(), SIGHUP);
     int status = 0;
     RunReportingErrors(*ui, [&] { status = Main(app); }); // start-up fails like any step
     if (status != 0) return status;
     if (!app.Running()) return app.ExitCode();
     EndUnlessWebListens(app);
     AwaitQuitSignal(signals, app);
+    PortfolioReload reload(app);
+    AwaitReloadSignal(hangup, reload);
     asio::steady_timer deadline(app.Loop());
     if (options.for_seconds > 0) {
         deadline.expires_after(std::chrono::duration_cast<std::chrono::nanoseconds>(

@@ -1,11 +1,19 @@
 // The program as a command and a service: its exit statuses, -C, the log's levels and the
 // journal's format, a missing canvas file, and --require-web.
 
+#include "imaging/dib.h"
+#include "imaging/jpeg.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
+#include "support/web_client.h"
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <thread>
 
 #include <asio/ip/tcp.hpp>
 #include <gtest/gtest.h>
@@ -18,6 +26,51 @@ using test::RunProcess;
 
 bool Has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+using namespace std::chrono_literals;
+
+std::uint16_t FreePort() {
+    asio::io_context loop;
+    asio::ip::tcp::acceptor probe(loop, {asio::ip::address_v4::loopback(), 0});
+    return probe.local_endpoint().port();
+}
+
+// The inode of the socket listening on `port`, from the kernel's table; 0 when none.
+unsigned long ListenerInode(std::uint16_t port) {
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    char wanted[16];
+    std::snprintf(wanted, sizeof wanted, ":%04X", port);
+    std::getline(table, line); // the heading
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string slot, local, remote, state, queues, timer, retransmits, uid, timeout;
+        unsigned long inode = 0;
+        fields >> slot >> local >> remote >> state >> queues >> timer >> retransmits >> uid >>
+            timeout >> inode;
+        if (state == "0A" && local.ends_with(wanted)) return inode;
+    }
+    return 0;
+}
+
+// The width of the picture served as `name`, 0 while none is served.
+int ServedWidth(std::uint16_t port, const std::string& name) {
+    const std::string body = test::BodyOf(test::Exchange(port, test::GetRequest(name)));
+    DIB dib;
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(body.data());
+    if (body.empty() || !DecodeJpegIntoDIB({bytes, body.size()}, dib)) return 0;
+    return dib.Width();
+}
+
+template <typename Condition>
+bool WaitFor(Condition condition, std::chrono::milliseconds limit = 15000ms) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < end) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(50ms);
+    }
+    return false;
 }
 
 // A site folder: Tessarolle.INI, a portfolio with one canvas that serves itself on `port`
@@ -142,6 +195,55 @@ TEST(RequireWeb, APortInUseOrAServerSwitchedOffEndsWithStatusFour) {
                           dir.File("off"));
     EXPECT_EQ(off.exit_code, 4) << off.err;
     EXPECT_TRUE(Has(off.err, "is switched off")) << off.err;
+}
+
+TEST(Reload, SighupReadsTheFilesAgainAndKeepsTheWebSocket) {
+    test::TempDir dir;
+    const std::uint16_t port = FreePort();
+    WriteSite(dir.Path(), port);
+    test::Process running({TESS_BINARY, "run", "site.por", "--for", "60"}, dir.Path());
+    ASSERT_TRUE(WaitFor([&] { return ServedWidth(port, "Canvas01.jpg") == 64; }));
+    const unsigned long listener = ListenerInode(port);
+    ASSERT_NE(listener, 0u);
+
+    // The canvas grows, and a second one is added to the portfolio.
+    test::WriteFileBytes(dir.File("cam.can"), "[General]\r\nName=Cam\r\nWidth=96\r\n"
+                                              "Height=48\r\n[WebServer]\r\nEnabled=True\r\n"
+                                              "FileName=Canvas01.jpg\r\n");
+    test::WriteFileBytes(dir.File("two.can"), "[General]\r\nName=Two\r\nWidth=32\r\n"
+                                              "Height=32\r\n[WebServer]\r\nEnabled=True\r\n"
+                                              "FileName=two.jpg\r\n");
+    test::WriteFileBytes(dir.File("site.por"),
+                         "[Canvas01]\r\nFileName=cam.can\r\n[Canvas02]\r\nFileName=two.can\r\n"
+                         "[WebServer]\r\nEnabled=True\r\nPort=" +
+                             std::to_string(port) + "\r\n");
+    running.Signal(SIGHUP);
+    EXPECT_TRUE(WaitFor([&] { return ServedWidth(port, "Canvas01.jpg") == 96; }));
+    EXPECT_TRUE(WaitFor([&] { return ServedWidth(port, "two.jpg") == 32; }));
+    EXPECT_EQ(ListenerInode(port), listener); // the very socket that listened before
+    EXPECT_TRUE(running.Running());
+
+    // A new port is listened on afresh, and the old one is let go.
+    const std::uint16_t moved = FreePort();
+    test::WriteFileBytes(dir.File("site.por"), "[Canvas01]\r\nFileName=cam.can\r\n[WebServer]\r\n"
+                                               "Enabled=True\r\nPort=" +
+                                                   std::to_string(moved) + "\r\n");
+    running.Signal(SIGHUP);
+    EXPECT_TRUE(WaitFor([&] { return ServedWidth(moved, "Canvas01.jpg") == 96; }));
+    EXPECT_EQ(ListenerInode(port), 0u);
+    EXPECT_EQ(ServedWidth(moved, "two.jpg"), 0);
+
+    running.Signal(SIGTERM);
+    auto result = running.Wait(10);
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const std::string log = ReadFileBytes(dir.File("Tessarolle.log"));
+    EXPECT_TRUE(Has(log, "reload: canvas file 'cam.can' (slot 1) changed")) << log;
+    EXPECT_TRUE(Has(log, "reload: slot 2 now holds 'two.can'")) << log;
+    EXPECT_TRUE(Has(log, "port " + std::to_string(port) + " stays open")) << log;
+    EXPECT_TRUE(Has(log, "reload: web server port " + std::to_string(port) + " -> " +
+                             std::to_string(moved)))
+        << log;
+    EXPECT_TRUE(Has(log, "reload: slot 2 no longer holds 'two.can'")) << log;
 }
 
 } // namespace
