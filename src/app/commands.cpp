@@ -3,6 +3,7 @@
 #include "app/document_commands.h"
 #include "app/render_command.h"
 #include "app/run_commands.h"
+#include "app/station_command.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
 
@@ -10,8 +11,8 @@ namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
-        AddRunCommand, AddRenderCommand, AddPortfolioCommand, AddCanvasCommand,
-        AddSunCommand, AddTagsCommand,   AddDemoCommand};
+        AddRunCommand, AddRenderCommand,  AddPortfolioCommand, AddCanvasCommand,
+        AddSunCommand, AddStationCommand, AddTagsCommand,      AddDemoCommand};
     return all;
 }
 

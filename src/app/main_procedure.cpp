@@ -52,6 +52,11 @@ int Main(Application& app) {
     app.Settings().SetFile(app.PathInDirectory("Tessarolle.INI"));
     LoadSetup(app.Settings(), app.Setup());
     app.StationSun().SetStation(app.Setup().StationLatitude, app.Setup().StationLongitude);
+    app.StationSun().SetUnsetStationNotice([] {
+        LogWarning("sun times are asked for with the station at latitude 0, longitude 0 (the "
+                   "default): they are the Gulf of Guinea's. Set the station with 'tessarolle "
+                   "station --lat D --lon D'");
+    });
     app.Zone().LoadTimeZoneLookup(app.PathInDirectory("timezone.txt"));
     app.MainWindow() = PlanMainWindow(app.Setup());
     ui.RedrawSplash();

@@ -246,5 +246,62 @@ TEST(Reload, SighupReadsTheFilesAgainAndKeepsTheWebSocket) {
     EXPECT_TRUE(Has(log, "reload: slot 2 no longer holds 'two.can'")) << log;
 }
 
+TEST(Render, TheFormatFollowsTheExtensionAndAMissingFolderIsAnError) {
+    test::TempDir dir;
+    WriteSite(dir.Path(), 0);
+    const std::pair<const char*, std::string> formats[] = {
+        {"x.jpg", "\xFF\xD8\xFF"}, {"x.PNG", "\x89PNG\r\n"}, {"x.webp", "RIFF"}, {"x.bmp", "BM"}};
+    for (const auto& [name, magic] : formats) {
+        auto result = RunProcess({TESS_BINARY, "render", "cam.can", "-o", name}, dir.Path());
+        EXPECT_EQ(result.exit_code, 0) << name << ": " << result.err;
+        EXPECT_EQ(ReadFileBytes(dir.File(name)).substr(0, magic.size()), magic) << name;
+    }
+    EXPECT_EQ(ReadFileBytes(dir.File("x.webp")).substr(8, 4), "WEBP");
+
+    auto gif = RunProcess({TESS_BINARY, "render", "cam.can", "-o", "x.gif"}, dir.Path());
+    EXPECT_EQ(gif.exit_code, 2);
+    EXPECT_TRUE(Has(gif.err, ".jpg, .jpeg, .png, .webp or .bmp")) << gif.err;
+    auto folder = RunProcess({TESS_BINARY, "render", "cam.can", "-o", "out/x.jpg"}, dir.Path());
+    EXPECT_EQ(folder.exit_code, 2);
+    EXPECT_TRUE(Has(folder.err, "the folder 'out' does not exist")) << folder.err;
+    EXPECT_FALSE(std::filesystem::exists(dir.File("out")));
+    auto csv = RunProcess({TESS_BINARY, "render", "cam.can", "-o", "y.jpg", "--csv", "no.csv"},
+                          dir.Path());
+    EXPECT_EQ(csv.exit_code, 2);
+    EXPECT_TRUE(Has(csv.err, "'no.csv'")) << csv.err;
+
+    auto tenths = RunProcess(
+        {TESS_BINARY, "tags", "<TIME10> <TIME100>", "--at", "2024-03-07 12:00:05.37"}, dir.Path());
+    EXPECT_EQ(tenths.out, "12:00:05.3 12:00:05.37\n") << tenths.err;
+}
+
+TEST(Station, IsSetFromTheCommandLineAndItsDefaultIsWarnedAboutOnce) {
+    test::TempDir dir;
+    WriteSite(dir.Path(), 0);
+    test::WriteFileBytes(dir.File("cam.can"), "[General]\r\nName=Cam\r\nWidth=64\r\nHeight=48\r\n"
+                                              "[Text001]\r\nEnabled=True\r\nText=<SUNRISE>\r\n"
+                                              "Rate=0.05\r\n");
+    auto run = RunProcess({TESS_BINARY, "run", "site.por", "--for", "0.5"}, dir.Path());
+    EXPECT_EQ(run.exit_code, 0) << run.err;
+    const std::string log = ReadFileBytes(dir.File("Tessarolle.log"));
+    const std::size_t first = log.find("warning: sun times are asked for with the station at");
+    EXPECT_NE(first, std::string::npos) << log;
+    EXPECT_EQ(log.find("sun times are asked for", first + 40), std::string::npos) << log;
+
+    auto set = RunProcess({TESS_BINARY, "station", "--lat", "45.5", "--lon", "-73.25"}, dir.Path());
+    EXPECT_EQ(set.exit_code, 0) << set.err;
+    const std::string ini = ReadFileBytes(dir.File("Tessarolle.INI"));
+    EXPECT_TRUE(Has(ini, "StationLatitude=45.5\r\n") && Has(ini, "StationLongitude=-73.25\r\n"))
+        << ini;
+    EXPECT_EQ(RunProcess({TESS_BINARY, "station"}, dir.Path()).out,
+              "Station: latitude 45.5, longitude -73.25 (Tessarolle.INI)\n");
+    EXPECT_EQ(RunProcess({TESS_BINARY, "station", "--lat", "45"}, dir.Path()).exit_code, 2);
+
+    std::filesystem::remove(dir.File("Tessarolle.log"));
+    run = RunProcess({TESS_BINARY, "run", "site.por", "--for", "0.5"}, dir.Path());
+    EXPECT_EQ(run.exit_code, 0) << run.err;
+    EXPECT_FALSE(Has(ReadFileBytes(dir.File("Tessarolle.log")), "sun times are asked for"));
+}
+
 } // namespace
 } // namespace tess
