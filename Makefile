@@ -5,8 +5,9 @@ BENCH_DIR   := build/bench
 FUZZ_DIR    := build/fuzz
 FUZZ_SECONDS ?= 60
 JOBS ?= 2
+PREFIX ?= /usr/local
 
-.PHONY: all deps debug release test demo bench fuzz format clean
+.PHONY: all deps debug release test demo bench fuzz install deb format clean
 
 all: debug
 
@@ -53,6 +54,14 @@ fuzz:
 	@$(MAKE) --no-print-directory $(FUZZ_DIR)/build.ninja
 	cmake --build $(FUZZ_DIR) -j $(JOBS)
 	@scripts/run-fuzz $(FUZZ_DIR) $(FUZZ_SECONDS)
+
+# The program, its man page, the demo and the systemd unit under PREFIX (and DESTDIR).
+install: release
+	DESTDIR=$(DESTDIR) cmake --install $(RELEASE_DIR) --prefix $(PREFIX)
+
+# A Debian package in build/release: sudo apt install ./build/release/tessarolle_*.deb
+deb: release
+	cd $(RELEASE_DIR) && cpack -G DEB
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i
