@@ -80,7 +80,7 @@ int RunRenderCommand(const RenderRequest& request, std::ostream& out, std::ostre
     }
     // A typing mistake in the folder would otherwise leave pictures where nobody looks.
     const std::filesystem::path folder = std::filesystem::path(request.output).parent_path();
-    if (std::error_code ec; !folder.empty() && !std::filesystem::is_directory(folder, ec)) {
+    if (std::error_code ec; !folder.empty() && !std::filesystem::exists(folder, ec)) {
         err << "render: '" << request.output << "': the folder '" << folder.string()
             << "' does not exist\n";
         return kExitBadInput;

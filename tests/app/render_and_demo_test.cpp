@@ -52,6 +52,7 @@ protected:
 
 TEST_F(DemoFolder, RenderComposesACanvasAtTheGivenTimeAndLeavesItsFileAlone) {
     const std::string before = test::ReadFileBytes(dir.File("hillcam.can"));
+    std::filesystem::create_directories(dir.File("out")); // render makes no folders
     auto first = Tessarolle({"render", "hillcam.can", "-o", "out/a.jpg", "--at",
                              "2024-06-21 13:05:09", "--quality", "95"},
                             dir.Path());
