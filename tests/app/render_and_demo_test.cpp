@@ -140,6 +140,8 @@ TEST(DemoCommand, RunsTheDemoWritingItsFilesAndServingItsCanvases) {
         if (!client.Connected()) continue;
         client.Send("GET /canvas01.jpg?t=1 HTTP/1.1\r\nHost: x\r\n\r\n");
         answer = client.ReadResponse();
+        // Before the first composition the server already listens and answers 404.
+        if (answer && answer->starts_with("HTTP/1.0 404")) answer.reset();
     }
     ASSERT_TRUE(answer.has_value());
     const std::size_t body = answer->find("\r\n\r\n");
