@@ -10,10 +10,10 @@
 #                 bench_compose: every layer recomposed and encoded, and a new camera frame
 #                 decoded, composed and encoded
 #
-#   bench/compose_vs_peers.sh [build/release]
+#   bench/compose_vs_peers.sh [build/bench]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=$(cd "${1:-$root/build/release}" && pwd)
+build=$(cd "${1:-$root/build/bench}" && pwd)
 tess="$build/src/app/tessarolle"
 bench="$build/bench/bench_compose"
 convert=/usr/bin/convert # the real ImageMagick; a stand-in may come first on PATH
@@ -21,7 +21,7 @@ python=/usr/bin/python3
 font=/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf
 bold=/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf
 for tool in "$tess" "$bench" "$convert" ffmpeg hyperfine; do
-    command -v "$tool" >/dev/null || { echo "missing: $tool (make release; scripts/install-deps)"; exit 1; }
+    command -v "$tool" >/dev/null || { echo "missing: $tool (make bench; scripts/install-deps)"; exit 1; }
 done
 
 work=$(mktemp -d /tmp/tess-peers.XXXXXX)

@@ -5,10 +5,10 @@
 #   - the memory of the demo (resident now and at its highest), from /proc/<pid>/status,
 #     after it has run for half a minute.
 #
-#   bench/idle_and_memory.sh [build/release]
+#   bench/idle_and_memory.sh [build/bench]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=$(cd "${1:-$root/build/release}" && pwd)
+build=$(cd "${1:-$root/build/bench}" && pwd)
 tess="$build/src/app/tessarolle"
 seconds=${IDLE_SECONDS:-60}
 work=$(mktemp -d /tmp/tess-idle.XXXXXX)

@@ -2,7 +2,7 @@
 # Our JPEG encoder and libjpeg-turbo's own tjbench on the very same 1920 x 1080 picture,
 # quality 80, 4:2:0, one thread, run back to back. Usage: bench/jpeg_vs_tjbench.sh BUILD [ROUNDS]
 set -euo pipefail
-build=${1:-build/release}
+build=${1:-build/bench}
 rounds=${2:-5}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

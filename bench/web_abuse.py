@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Misbehaving visitors against the running web server, with its memory watched.
 
-    make release && bench/web_abuse.py [BUILD_DIR]      (default build/release)
+    make bench && bench/web_abuse.py [BUILD_DIR]      (default build/release)
 
 Starts bench/web_serve (the program's event loop and update timer, a 1280x720 canvas served
 as Canvas01.jpg, a web folder with index.htm and a 16 MB file) and, in turn: 1,000

@@ -2,7 +2,7 @@
 # Loads our web server and nginx (one worker process, the same JPEG bytes as a static file)
 # with wrk on loopback, in the same run, interleaved, and prints each run and the medians.
 #
-#   bench/web_vs_nginx.sh [BUILD_DIR]        (default build/release; make release first)
+#   bench/web_vs_nginx.sh [BUILD_DIR]        (default build/bench; make bench first)
 #   REPS=5 DURATION=10s bench/web_vs_nginx.sh
 #   FRAME_QUALITY=90 bench/web_vs_nginx.sh   (the frame from a JPEG file, as from a camera)
 #
@@ -15,7 +15,7 @@
 # no system service is involved.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=$(cd "${1:-$root/build/release}" && pwd)
+build=$(cd "${1:-$root/build/bench}" && pwd)
 reps=${REPS:-3}
 duration=${DURATION:-10s}
 ours_port=${OURS_PORT:-18481}

@@ -76,6 +76,10 @@ public:
         if (shutdown_event_) shutdown_event_();
     }
 
+    // --require-web: a web server that cannot listen ends the program (kExitWebFailed).
+    bool RequireWeb() const { return require_web_; }
+    void SetRequireWeb(bool value) { require_web_ = value; }
+
     // A portfolio to open at start-up in place of the last one (`tessarolle run FILE`).
     const std::string& StartPortfolio() const { return start_portfolio_; }
     void SetStartPortfolio(std::string path) { start_portfolio_ = std::move(path); }
@@ -130,6 +134,7 @@ private:
     std::unique_ptr<Portfolio> portfolio_;
     std::uint64_t ticks_ = 0;
     int exit_code_ = 0;
+    bool require_web_ = false;
 };
 
 } // namespace tess

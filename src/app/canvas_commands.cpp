@@ -29,6 +29,9 @@ int FreeSlotOrSay(Application& app, Portfolio& portfolio) {
     if (slot == 0) {
         app.UI().ShowMessage("You already have all of the allowed canvases loaded.\nRemove an "
                              "existing canvas to make room for a new one.",
+                             "You already have all of the allowed canvases loaded.\nRemove one "
+                             "with 'tessarolle canvas remove --slot N' to make room for a new "
+                             "one.",
                              "Out of Canvas Locations");
     }
     return slot;
@@ -116,6 +119,9 @@ bool CanvasSaveAsProc(Application& app, int slot, bool new_canvas) {
     if (exists && new_canvas) {
         ui.ShowMessage("This file already exists.  To open an existing file, select \"Open "
                        "Canvas\" instead.",
+                       fmt::format("The file \"{}\" already exists.  To add it, type "
+                                   "'tessarolle canvas open {}' instead.",
+                                   chosen, chosen),
                        "File Exists");
         return false;
     }

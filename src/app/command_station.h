@@ -19,7 +19,8 @@ namespace tess {
 
 class CommandStation {
 public:
-    // `at`: "YYYY-MM-DD HH:MM:SS" or empty for now. False (with a message to `err` that
+    // `at`: "YYYY-MM-DD HH:MM:SS", with a fraction of a second ("05.37") if wanted, or
+    // empty for now. False (with a message to `err` that
     // starts with `command`) when it is not a date and time.
     bool SetTime(const std::string& command, const std::string& at, std::ostream& err);
     // The position: as given, or StationLatitude/StationLongitude of Tessarolle.INI.

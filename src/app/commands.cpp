@@ -5,6 +5,7 @@
 #include "app/render_command.h"
 #include "app/run_commands.h"
 #include "app/script_command.h"
+#include "app/station_command.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
 
@@ -12,8 +13,9 @@ namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
-        AddRunCommand,  AddRenderCommand, AddPortfolioCommand, AddCanvasCommand, AddSunCommand,
-        AddTagsCommand, AddDemoCommand,   AddFeedsCommand,     AddScriptCommand};
+        AddRunCommand,   AddRenderCommand,  AddPortfolioCommand, AddCanvasCommand,
+        AddSunCommand,   AddStationCommand, AddTagsCommand,      AddDemoCommand,
+        AddFeedsCommand, AddScriptCommand};
     return all;
 }
 

@@ -28,7 +28,8 @@ std::optional<std::string> ConsoleUI::Prompt(std::string_view question) {
 void ConsoleUI::ShowMessage(std::string_view text, std::string_view caption) {
     if (StatusVisible() && terminal_) out_ << "\r\033[K";
     out_ << "[" << caption << "] " << text << "\n" << std::flush;
-    LogWrite(LogLevel::Info, std::string(caption) + ": " + std::string(text), LogTarget::FileOnly);
+    LogWrite(MessageLevel(caption), std::string(caption) + ": " + std::string(text),
+             LogTarget::FileOnly);
 }
 
 Answer ConsoleUI::Ask(std::string_view text, std::string_view caption, Buttons buttons) {

@@ -13,6 +13,7 @@ class ConsoleUI : public UserInterface {
 public:
     ConsoleUI(std::istream& in, std::ostream& out, bool terminal);
 
+    using UserInterface::ShowMessage;
     void ShowMessage(std::string_view text, std::string_view caption) override;
     Answer Ask(std::string_view text, std::string_view caption, Buttons buttons) override;
     std::optional<std::string> InputBox(std::string_view prompt, std::string_view title,

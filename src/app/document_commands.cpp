@@ -3,6 +3,7 @@
 #include "app/application.h"
 #include "app/console_ui.h"
 #include "app/error_report.h"
+#include "app/file_command_support.h"
 #include "app/file_commands.h"
 #include "app/headless_ui.h"
 #include "app/preset_ui.h"
@@ -122,7 +123,7 @@ int RunDocumentCommand(const DocumentRequest& request, Needs needs, const Action
     Application app(ui, ".");
     // Files a running program holds in memory would be overwritten by its next save.
     if (!app.Lock().Acquire("Tessarolle.lock")) {
-        ui.ShowMessage("There is already an instance of Tessarolle running.", "Already Running");
+        ShowAlreadyRunning(ui, "Tessarolle.lock");
         return kExitRunning;
     }
     InitNumberFormat();

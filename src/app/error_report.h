@@ -4,6 +4,7 @@
 // Report" block on stderr, in the log and through the user interface, and the program then
 // ends at once, without shutdown and without saving, so nothing half-done is written.
 
+#include "app/exit_status.h"
 #include "base/error.h"
 
 #include <functional>
@@ -14,8 +15,6 @@ namespace tess {
 
 class Application;
 class UserInterface;
-
-inline constexpr int kExitErrorReport = 70;
 
 std::string ErrorReportText(const ErrorSite& site, int number, std::string_view description);
 [[noreturn]] void ReportError(UserInterface& ui, const TessError& error);

@@ -16,4 +16,8 @@ bool ExistingFile(UserInterface& ui, const std::string& path, std::string_view c
 // The folder of a file, for starting a dialog there; empty when the path has none.
 std::string DirectoryOf(const std::string& path);
 
+// Another process holds the folder's lock file: the dialog's "Already Running", or on a
+// terminal which process it is and what to do about it.
+void ShowAlreadyRunning(UserInterface& ui, const std::string& lock_path);
+
 } // namespace tess

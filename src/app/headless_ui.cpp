@@ -2,6 +2,8 @@
 
 #include "base/log.h"
 
+#include <fmt/format.h>
+
 namespace tess {
 
 namespace {
@@ -31,7 +33,7 @@ void HeadlessUI::SetFileChoice(std::string title, std::string path) {
 }
 
 void HeadlessUI::ShowMessage(std::string_view text, std::string_view caption) {
-    LogInfo("{}: {}", caption, text);
+    LogWrite(MessageLevel(caption), fmt::format("{}: {}", caption, text));
 }
 
 Answer HeadlessUI::Ask(std::string_view text, std::string_view caption, Buttons buttons) {

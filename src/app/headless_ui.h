@@ -17,6 +17,7 @@ public:
     void SetInput(std::string title, std::string text);
     void SetFileChoice(std::string title, std::string path);
 
+    using UserInterface::ShowMessage;
     void ShowMessage(std::string_view text, std::string_view caption) override;
     Answer Ask(std::string_view text, std::string_view caption, Buttons buttons) override;
     std::optional<std::string> InputBox(std::string_view prompt, std::string_view title,

@@ -2,7 +2,9 @@
 
 #include "base/log.h"
 
+#include <cstdlib>
 #include <fcntl.h>
+#include <string>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -25,7 +27,22 @@ bool InstanceLock::Acquire(const std::string& path) {
         fd_ = -1;
         return false;
     }
+    const std::string pid = std::to_string(::getpid()) + "\n";
+    if (::ftruncate(fd_, 0) != 0 || ::pwrite(fd_, pid.data(), pid.size(), 0) < 0)
+        LogDebug("cannot write the process id into '{}'", path);
     return true;
+}
+
+int InstanceLock::HolderPid(const std::string& path) {
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return 0;
+    char text[32] = {};
+    const ssize_t n = ::read(fd, text, sizeof text - 1);
+    ::close(fd);
+    if (n <= 0) return 0;
+    char* end = nullptr;
+    const long pid = std::strtol(text, &end, 10);
+    return end != text && pid > 0 && pid < (1L << 30) ? static_cast<int>(pid) : 0;
 }
 
 void InstanceLock::Release() {

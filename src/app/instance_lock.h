@@ -13,9 +13,12 @@ public:
     InstanceLock(const InstanceLock&) = delete;
     InstanceLock& operator=(const InstanceLock&) = delete;
 
-    // False when another process holds the lock.
+    // False when another process holds the lock. The holder writes its process id into the
+    // file, so that the refused one can say which process to stop or signal.
     bool Acquire(const std::string& path);
     void Release();
+    // The process id written by the holder of the lock at `path`; 0 when unknown.
+    static int HolderPid(const std::string& path);
 
 private:
     int fd_ = -1;

@@ -1,6 +1,7 @@
 #include "app/main_procedure.h"
 
 #include "app/application.h"
+#include "app/file_command_support.h"
 #include "app/portfolio_hosting.h"
 #include "app/quit.h"
 #include "app/user_interface.h"
@@ -40,7 +41,7 @@ int Main(Application& app) {
     app.SetRunning(true);
     app.SetStarting(true);
     if (!app.Lock().Acquire(app.PathInDirectory("Tessarolle.lock"))) {
-        ui.ShowMessage("There is already an instance of Tessarolle running.", "Already Running");
+        ShowAlreadyRunning(ui, app.PathInDirectory("Tessarolle.lock"));
         app.SetRunning(false);
         app.SetStarting(false);
         return kExitAlreadyRunning;
@@ -51,6 +52,11 @@ int Main(Application& app) {
     app.Settings().SetFile(app.PathInDirectory("Tessarolle.INI"));
     LoadSetup(app.Settings(), app.Setup());
     app.StationSun().SetStation(app.Setup().StationLatitude, app.Setup().StationLongitude);
+    app.StationSun().SetUnsetStationNotice([] {
+        LogWarning("sun times are asked for with the station at latitude 0, longitude 0 (the "
+                   "default): they are the Gulf of Guinea's. Set the station with 'tessarolle "
+                   "station --lat D --lon D'");
+    });
     app.Zone().LoadTimeZoneLookup(app.PathInDirectory("timezone.txt"));
     app.MainWindow() = PlanMainWindow(app.Setup());
     ui.RedrawSplash();

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "app/exit_status.h"
+
 namespace tess {
 
 class Application;
-
-inline constexpr int kExitAlreadyRunning = 3;
 
 // Start-up, in order: single-instance test, splash, number formats, Tessarolle.INI, the main
 // window plan, the update timer. Returns 0, or kExitAlreadyRunning when another instance

@@ -62,6 +62,8 @@ bool PortfolioNew(Application& app) {
     ReplacePortfolio(app, std::move(portfolio));
     app.UI().ShowMessage("Your portfolio has been created.\nYou may now add canvases using the "
                          "Open Canvas or New Canvas selections from the File Menu.",
+                         "Your portfolio has been created.\nAdd canvases with 'tessarolle "
+                         "canvas new FILE' or 'tessarolle canvas open FILE'.",
                          "Tessarolle");
     return true;
 }

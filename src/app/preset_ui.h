@@ -22,7 +22,9 @@ public:
     // The answer to every yes/no question.
     void SetAnswer(Answer answer) { answer_ = answer; }
 
+    using UserInterface::ShowMessage;
     void ShowMessage(std::string_view text, std::string_view caption) override;
+    bool ShowsDialogs() const override { return inner_.ShowsDialogs(); }
     Answer Ask(std::string_view text, std::string_view caption, Buttons buttons) override;
     std::optional<std::string> InputBox(std::string_view prompt, std::string_view title,
                                         std::string_view default_answer) override;

@@ -71,7 +71,9 @@ void AddRunCommand(CLI::App& cli, int& status) {
         "run", "Open a portfolio and run it until SIGINT or SIGTERM (it becomes the last one)");
     run->add_option("portfolio", options->portfolio, "The portfolio file (.por)")->required();
     AddRunOptions(*run, *options);
-    run->callback([options, &status] {
+    run->callback([options, run, &status] {
+        // Given before the subcommand, the flag lands on the main command.
+        if (run->get_parent()->count("--require-web") > 0) options->require_web = true;
         std::error_code ec;
         if (!fs::is_regular_file(PathFromSettings(options->portfolio), ec)) {
             std::cerr << "run: '" << options->portfolio << "': no such portfolio file\n";

@@ -24,7 +24,11 @@ public:
     const std::vector<Shown>& Record() const { return shown_; }
     std::vector<std::string> StatusHistory() const { return status_history_; }
 
+    using UserInterface::ShowMessage;
     void ShowMessage(std::string_view text, std::string_view caption) override;
+    // It stands in for the dialogs, unless a test asks for the terminal's wording.
+    bool ShowsDialogs() const override { return dialogs_; }
+    void SetShowsDialogs(bool value) { dialogs_ = value; }
     Answer Ask(std::string_view text, std::string_view caption, Buttons buttons) override;
     std::optional<std::string> InputBox(std::string_view prompt, std::string_view title,
                                         std::string_view default_answer) override;
@@ -44,6 +48,7 @@ private:
     std::deque<std::optional<std::string>> files_;
     std::vector<Shown> shown_;
     std::vector<std::string> status_history_;
+    bool dialogs_ = true;
 };
 
 } // namespace tess

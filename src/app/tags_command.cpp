@@ -30,7 +30,7 @@ void AddTagsCommand(CLI::App& cli, int& status) {
         "tags", "Print a text with its tags expanded (see README.md for the tags)");
     tags->add_option("text", request->text, "The text, such as \"<TIME> <csvouttemp>\"")
         ->required();
-    tags->add_option("--at", request->at, "The time, \"YYYY-MM-DD HH:MM:SS\" (default: now)");
+    tags->add_option("--at", request->at, "The time, \"YYYY-MM-DD HH:MM:SS[.ff]\" (default: now)");
     tags->add_option("--csv", request->csv,
                      "A weather station CSV file (default: lastdata.csv when there)");
     tags->add_option("--lat", request->latitude, "Latitude in degrees, north positive")

@@ -7,6 +7,12 @@ std::string NextStatusText(std::string_view text) {
     return std::string(text) + ".";
 }
 
+LogLevel MessageLevel(std::string_view caption) {
+    if (caption == "Tessarolle") return LogLevel::Info;
+    if (caption == "No file selected") return LogLevel::Warning;
+    return LogLevel::Error;
+}
+
 void UserInterface::ShowErrorReport(std::string_view report) {
     ShowMessage(report, "Error Debug Report");
 }

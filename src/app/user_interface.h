@@ -4,6 +4,8 @@
 // boxes, questions, input boxes, file dialogs, the status window and the splash. The
 // console, headless and scripted implementations stand in for windows on Linux.
 
+#include "base/log.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +29,13 @@ public:
     virtual ~UserInterface() = default;
 
     virtual void ShowMessage(std::string_view text, std::string_view caption) = 0;
+    // Whether messages are shown in dialogs beside menus. Where they are not (a terminal, a
+    // log), texts that point at a menu name the command to type instead.
+    virtual bool ShowsDialogs() const { return false; }
+    void ShowMessage(std::string_view dialog_text, std::string_view terminal_text,
+                     std::string_view caption) {
+        ShowMessage(ShowsDialogs() ? dialog_text : terminal_text, caption);
+    }
     virtual Answer Ask(std::string_view text, std::string_view caption, Buttons buttons) = 0;
     // nullopt when the user cancels.
     virtual std::optional<std::string> InputBox(std::string_view prompt, std::string_view title,
@@ -63,5 +72,9 @@ private:
 
 // "Loading..." -> "Loading" -> "Loading." -> "Loading.." -> "Loading..."
 std::string NextStatusText(std::string_view text);
+
+// The level a message box's text is logged at, by its caption: what failed is an error, a
+// cancelled choice a warning, anything else info.
+LogLevel MessageLevel(std::string_view caption);
 
 } // namespace tess

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 namespace tess {
 
 class Application;
@@ -11,5 +13,9 @@ class Portfolio;
 // the loaded port and folder. Does nothing outside the running program (the file commands
 // never listen).
 void HostWebServer(Application& app, Portfolio& portfolio);
+
+// With --require-web, a portfolio whose web server is not listening ends the program with
+// kExitWebFailed once the event loop runs; true when it does.
+bool EndUnlessWebListens(Application& app);
 
 } // namespace tess

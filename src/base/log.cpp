@@ -1,9 +1,13 @@
 #include "base/log.h"
 
+#include "base/text.h"
+
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <sys/stat.h>
 
 namespace tess {
 
@@ -14,12 +18,45 @@ struct LogState {
     std::string path;
     std::size_t max_bytes = 0;
     std::size_t written = 0;
+    LogLevel level = LogLevel::Info;
     LogLevel stderr_level = LogLevel::Info;
+    bool journal = StderrIsJournal();
 };
 
 LogState& State() {
     static LogState state;
     return state;
+}
+
+// sd-daemon's prefixes: <3> error, <4> warning, <6> info, <7> debug.
+char JournalPriority(LogLevel level) {
+    switch (level) {
+    case LogLevel::Debug:
+        return '7';
+    case LogLevel::Info:
+        return '6';
+    case LogLevel::Warning:
+        return '4';
+    case LogLevel::Error:
+        return '3';
+    }
+    return '6';
+}
+
+// The journal takes one entry per line: each line of a long message gets the prefix.
+std::string JournalLines(LogLevel level, std::string_view text) {
+    std::string out;
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t end = text.find('\n', start);
+        out += '<';
+        out += JournalPriority(level);
+        out += '>';
+        out.append(text.substr(start, end == std::string_view::npos ? end : end - start));
+        out += '\n';
+        if (end == std::string_view::npos) return out;
+        start = end + 1;
+    }
 }
 
 const char* LevelName(LogLevel level) {
@@ -71,15 +108,50 @@ void LogToFile(const std::string& path, std::size_t max_bytes) {
     }
 }
 
+void LogSetLevel(LogLevel level) {
+    State().level = level;
+}
+
 void LogSetStderrLevel(LogLevel level) {
     State().stderr_level = level;
 }
 
+bool ParseLogLevel(std::string_view text, LogLevel& level) {
+    const std::string name = ToLowerAscii(text);
+    for (LogLevel l : {LogLevel::Debug, LogLevel::Info, LogLevel::Warning, LogLevel::Error}) {
+        if (name == LevelName(l)) {
+            level = l;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool StderrIsJournal() {
+    const char* stream = std::getenv("JOURNAL_STREAM");
+    if (!stream || !*stream) return false;
+    unsigned long long device = 0, inode = 0;
+    if (std::sscanf(stream, "%llu:%llu", &device, &inode) != 2) return false;
+    struct stat st {};
+    if (::fstat(2, &st) != 0) return false;
+    return st.st_dev == device && st.st_ino == inode;
+}
+
+void LogUseJournalFormat(bool value) {
+    State().journal = value;
+}
+
 void LogWrite(LogLevel level, std::string_view text, LogTarget target) {
     LogState& s = State();
+    if (level < s.level) return;
     std::string line = fmt::format("{} {}: {}\n", WallClockText(), LevelName(level), text);
     if (target == LogTarget::Both && level >= s.stderr_level) {
-        std::fwrite(line.data(), 1, line.size(), stderr);
+        if (s.journal) {
+            const std::string lines = JournalLines(level, text);
+            std::fwrite(lines.data(), 1, lines.size(), stderr);
+        } else {
+            std::fwrite(line.data(), 1, line.size(), stderr);
+        }
     }
     if (s.file) {
         std::fwrite(line.data(), 1, line.size(), s.file);

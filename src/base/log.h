@@ -2,6 +2,10 @@
 
 // The program's log: one line per event, to stderr and, once a file is set, to a log file
 // that is rotated when it grows, so a machine that runs for years never fills its disk.
+// Levels mean what they say: an error is something that failed, a warning something the
+// user should look at, info the program's ordinary course, debug detail for developers.
+// When stderr is the systemd journal, lines there carry the journal's priority prefix and
+// no time stamp of ours (the journal keeps its own).
 
 #include <cstddef>
 #include <string>
@@ -16,7 +20,15 @@ enum class LogLevel { Debug, Info, Warning, Error };
 enum class LogTarget { Both, FileOnly };
 
 void LogToFile(const std::string& path, std::size_t max_bytes = 4u << 20);
+// Messages below it are not logged at all (default Info).
+void LogSetLevel(LogLevel level);
 void LogSetStderrLevel(LogLevel level); // messages below it stay off the terminal
+// "error", "warning", "info", "debug" (any case); false for anything else.
+bool ParseLogLevel(std::string_view text, LogLevel& level);
+// Whether JOURNAL_STREAM names the device and inode of our stderr (systemd sets it for a
+// service whose output goes to the journal); the log then writes the journal's format.
+bool StderrIsJournal();
+void LogUseJournalFormat(bool value);
 void LogWrite(LogLevel level, std::string_view text, LogTarget target = LogTarget::Both);
 
 template <typename... Args>

@@ -85,4 +85,8 @@ std::string PathFromSettings(std::string_view path) {
     return ReplaceAllCopy(path, "\\", "/");
 }
 
+std::string_view SkipUtf8Bom(std::string_view text) {
+    return text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text;
+}
+
 } // namespace tess

@@ -19,6 +19,8 @@ bool IsBlank(char c); // space or tab
 std::string_view Trim(std::string_view text);
 // Removes spaces, tabs, CR and LF at both ends.
 std::string_view TrimWhitespace(std::string_view text);
+// The text without a leading UTF-8 byte-order mark, which Notepad writes by default.
+std::string_view SkipUtf8Bom(std::string_view text);
 
 void ReplaceAll(std::string& text, std::string_view from, std::string_view to);
 std::string ReplaceAllCopy(std::string_view text, std::string_view from, std::string_view to);

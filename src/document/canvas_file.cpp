@@ -66,6 +66,7 @@ bool Canvas::LoadFile(FileAccess access) {
 
 bool Canvas::SaveFile() {
     if (file_name_.empty()) return false;
+    ini_ = INI(); // a copy loaded read-only would keep the save in memory
     ini_.SetFile(PathFromSettings(file_name_));
     writes_ok_ = true;
     {

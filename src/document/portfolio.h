@@ -116,6 +116,7 @@ private:
     void LoadKarvell();
     void SaveKarvell();
     void LoadCanvases();
+    void LoadListedCanvas(tess::Canvas& canvas, int slot);
     void SaveCanvasList();
     void LoadVideoFeeds();
     void SaveVideoFeeds();

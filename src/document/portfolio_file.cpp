@@ -127,10 +127,26 @@ void Portfolio::LoadCanvases() {
         tess::Canvas& canvas = *canvases_[slot];
         canvas.SetFileName(keys.Text("FileName", ""));
         if (canvas.FileName().empty()) continue;
-        canvas.LoadFile();
+        LoadListedCanvas(canvas, slot);
         canvas.SetEnabled(true);
         canvas.SetVisible(true);
     }
+}
+
+// A canvas file that is missing is an error the user has to see (a portfolio run from
+// another folder finds none of its canvases): the canvas runs with its defaults, and no
+// file is made for it until the user saves.
+void Portfolio::LoadListedCanvas(tess::Canvas& canvas, int slot) {
+    const std::string path = PathFromSettings(canvas.FileName());
+    if (std::error_code ec; std::filesystem::exists(path, ec)) {
+        canvas.LoadFile();
+        return;
+    }
+    LogError("portfolio '{}': the canvas file '{}' of slot {} does not exist (relative names are "
+             "found from the current folder; run in the site's folder, or use -C DIR); the "
+             "canvas is blank and no file is made for it",
+             file_name_, path, slot);
+    canvas.LoadFile(tess::Canvas::FileAccess::ReadOnly);
 }
 
 // A canvas that is not enabled is listed with no file, so it is not reopened next time.

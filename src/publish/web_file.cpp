@@ -4,10 +4,12 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <dirent.h>
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <memory>
 #include <string>
+#include <strings.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -54,6 +56,42 @@ int OpenBeneath(const std::string& real_folder, const std::string& real_file) {
     if (fd < 0 && errno == ENOSYS) fd = ::open(real_file.c_str(), flags);
     ::close(folder);
     return fd;
+}
+
+// The one name in `folder` equal to `name` without regard to case; false when none or
+// several are.
+bool OnlyNameIgnoringCase(const std::string& folder, std::string_view name, std::string& found) {
+    DIR* dir = ::opendir(folder.c_str());
+    if (!dir) return false;
+    const std::string wanted(name);
+    int matches = 0;
+    while (const dirent* entry = ::readdir(dir)) {
+        if (::strcasecmp(entry->d_name, wanted.c_str()) != 0) continue;
+        found = entry->d_name;
+        if (++matches > 1) break;
+    }
+    ::closedir(dir);
+    return matches == 1;
+}
+
+// Sites written where file names ignore case link with mixed case: each part of the path
+// that is missing as written is taken as the one name of its folder that matches without
+// regard to case. The result is checked against the folder like any other path.
+bool MatchIgnoringCase(const std::string& folder, std::string_view relative, std::string& matched) {
+    matched.clear();
+    std::string current = folder;
+    for (std::string_view part : Split(relative, '/')) {
+        if (part.empty() || part == ".") continue;
+        std::string name(part);
+        struct stat st {};
+        if (::lstat((current + "/" + name).c_str(), &st) != 0 &&
+            !OnlyNameIgnoringCase(current, part, name)) {
+            return false;
+        }
+        current += "/" + name;
+        matched += (matched.empty() ? "" : "/") + name;
+    }
+    return !matched.empty();
 }
 
 } // namespace
@@ -104,7 +142,14 @@ WebFile WebFile::Open(std::string_view web_path, std::string_view path) {
     std::string folder = PathFromSettings(web_path);
     if (folder.empty()) folder.push_back('.'); // the current folder
     std::string real_folder, real_file;
-    if (!RealPath(folder, real_folder) || !RealPath(folder + "/" + decoded, real_file)) return {};
+    if (!RealPath(folder, real_folder)) return {};
+    if (!RealPath(folder + "/" + decoded, real_file)) {
+        std::string matched;
+        if (errno != ENOENT || !MatchIgnoringCase(folder, decoded, matched) ||
+            !RealPath(folder + "/" + matched, real_file)) {
+            return {};
+        }
+    }
     if (!Inside(real_folder, real_file)) return {};
     int fd = OpenBeneath(real_folder, real_file);
     if (fd < 0) return {};

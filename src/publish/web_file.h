@@ -20,9 +20,10 @@ public:
     WebFile& operator=(const WebFile&) = delete;
 
     // `path` is relative to `web_path` (which may use "\" as settings files do); %XX escapes
-    // are decoded. Refused, leaving the file closed: any "..", a malformed escape or a NUL, a
-    // path that resolves outside the folder, anything but a regular file, a file that cannot
-    // be opened.
+    // are decoded. A name missing as written is matched without regard to case when exactly
+    // one name of its folder matches. Refused, leaving the file closed: any "..", a malformed
+    // escape or a NUL, a path that resolves outside the folder, anything but a regular file, a file
+    // that cannot be opened.
     static WebFile Open(std::string_view web_path, std::string_view path);
 
     bool IsOpen() const { return fd_ >= 0; }

@@ -67,7 +67,7 @@ bool WebServer::StartListening() {
     auto listener = std::make_shared<WebListener>(runtime_->loop, *this);
     std::error_code ec;
     if (!listener->Listen(static_cast<std::uint16_t>(port_), ec)) {
-        LogWarning("web server: cannot listen on port {}: {}", port_, ec.message());
+        LogError("web server: cannot listen on port {}: {}", port_, ec.message());
         if (runtime_->hooks.listen_failed)
             runtime_->hooks.listen_failed(kStartErrorText, kStartErrorCaption);
         return false;

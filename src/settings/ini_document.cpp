@@ -64,10 +64,14 @@ void IniDocument::Clear() {
     index_.clear();
     sections_.emplace_back();
     default_eol_ = Eol::CrLf;
+    bom_ = false;
 }
 
 void IniDocument::Parse(std::string_view text) {
     Clear();
+    const std::string_view body = SkipUtf8Bom(text);
+    bom_ = body.size() != text.size();
+    text = body;
     bool eol_known = false;
     while (!text.empty()) {
         std::size_t nl = text.find('\n');
@@ -107,7 +111,8 @@ std::string IniDocument::Serialize() const {
             size += l.text.size() + 2;
     }
     std::string out;
-    out.reserve(size);
+    out.reserve(size + 3);
+    if (bom_) out = "\xEF\xBB\xBF";
     for (const Section& s : sections_) {
         out += s.header.text;
         out += EolText(static_cast<int>(s.header.eol));

@@ -55,6 +55,7 @@ private:
     std::vector<Section> sections_;                      // [0]: lines before any header
     std::unordered_map<std::string, std::size_t> index_; // lower-case name -> first section
     Eol default_eol_ = Eol::CrLf;
+    bool bom_ = false; // the file began with a UTF-8 byte-order mark, written back
 };
 
 } // namespace tess

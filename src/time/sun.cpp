@@ -9,6 +9,7 @@
 namespace tess {
 
 void Sun::Refresh() {
+    if (notice_ && latitude_ == 0 && longitude_ == 0) std::exchange(notice_, nullptr)();
     const double today = std::floor(clock_->Now());
     if (today == cached_day_) return;
     cached_day_ = today;

@@ -7,6 +7,9 @@
 
 #include "time/sun_times.h"
 
+#include <functional>
+#include <utility>
+
 namespace tess {
 
 class Clock;
@@ -21,6 +24,9 @@ public:
         latitude_ = latitude;
         longitude_ = longitude;
     }
+    // Called once, the first time sun times are asked for while the station is at 0,0 (the
+    // default nobody means): the program warns that they are the Gulf of Guinea's.
+    void SetUnsetStationNotice(std::function<void()> notice) { notice_ = std::move(notice); }
     double StationLatitude() const { return latitude_; }
     double StationLongitude() const { return longitude_; }
 
@@ -40,6 +46,7 @@ private:
     double cached_day_ = 0;
     double sunrise_ = 0;
     double sunset_ = 0;
+    std::function<void()> notice_;
 };
 
 } // namespace tess

@@ -52,7 +52,7 @@ void TimeZone::LoadTimeZoneLookup(const std::string& path) {
         break;
     }
     // Lines end in CR LF when written on Windows; a file edited here may end them in LF alone.
-    for (std::string_view line : Split(text, '\n')) {
+    for (std::string_view line : Split(SkipUtf8Bom(text), '\n')) {
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
         const std::size_t comma = line.find(',');
         if (comma == std::string_view::npos) continue;

@@ -60,7 +60,7 @@ bool ReadFirstLine(const std::string& path, std::string& line, CSVStatus& failur
         size += static_cast<std::size_t>(n);
     }
     ::close(fd);
-    std::string_view text(buffer, size);
+    const std::string_view text = SkipUtf8Bom(std::string_view(buffer, size));
     line.assign(text.substr(0, text.find_first_of("\r\n")));
     return true;
 }

@@ -94,7 +94,9 @@ TEST(DocumentCommands, LeaveTheFilesOfARunningProgramAlone) {
 
     auto result = RunProcess({TESS_BINARY, "canvas", "new", "c.can"}, dir.Path());
     EXPECT_EQ(result.exit_code, 3);
-    EXPECT_TRUE(Has(result.err, "There is already an instance of Tessarolle running."))
+    EXPECT_TRUE(Has(result.err, "Tessarolle is running in this folder (process " +
+                                    std::to_string(running.Pid()) +
+                                    "): stop it first, or edit the files and send it SIGHUP"))
         << result.err;
     EXPECT_FALSE(std::filesystem::exists(dir.File("c.can")));
     running.Signal(SIGTERM);

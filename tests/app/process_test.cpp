@@ -40,8 +40,9 @@ TEST(Program, ASecondInstanceIsRefusedAndTheFirstGoesOn) {
 
     auto second = RunProcess({TESS_BINARY, "--for", "1"}, dir.Path());
     EXPECT_EQ(second.exit_code, 3);
-    EXPECT_NE(second.err.find("Already Running: There is already an instance of Tessarolle "
-                              "running."),
+    EXPECT_NE(second.err.find("error: Already Running: Tessarolle is running in this folder "
+                              "(process " +
+                              std::to_string(first.Pid()) + ")"),
               std::string::npos)
         << second.err;
     EXPECT_TRUE(first.Running());

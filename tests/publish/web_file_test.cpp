@@ -70,5 +70,29 @@ TEST_F(WebFolder, NothingOutsideTheFolderWhateverThePathHolds) {
     EXPECT_FALSE(WebFile::Open(dir.File("nowhere"), "index.htm").IsOpen());
 }
 
+// Sites written where file names ignore case link to "INDEX.HTM" and "Pics/My Cam.JPG".
+TEST_F(WebFolder, AMissingNameMatchesTheOneFileThatDiffersOnlyInCase) {
+    WebFile upper = WebFile::Open(web, "INDEX.HTM");
+    ASSERT_TRUE(upper.IsOpen());
+    EXPECT_EQ(ReadAll(upper), "<p>home</p>");
+    WebFile nested = WebFile::Open(web, "PICS/My%20Cam.JPG");
+    ASSERT_TRUE(nested.IsOpen());
+    EXPECT_EQ(ReadAll(nested), "jpeg bytes");
+
+    // Two names that differ only in case: the exact one, or none.
+    test::WriteFileBytes(web + "/a.txt", "lower");
+    test::WriteFileBytes(web + "/A.TXT", "upper");
+    EXPECT_EQ(ReadAll(WebFile::Open(web, "A.TXT")), "upper");
+    EXPECT_FALSE(WebFile::Open(web, "a.Txt").IsOpen());
+
+    // Still nothing outside the folder: "..", in any case, and links that lead out.
+    EXPECT_FALSE(WebFile::Open(web, "../SECRET.TXT").IsOpen());
+    EXPECT_FALSE(WebFile::Open(web, "PICS/../INDEX.HTM").IsOpen());
+    EXPECT_FALSE(WebFile::Open(web, "%2E%2E/secret.txt").IsOpen());
+    fs::create_symlink(dir.File("secret.txt"), web + "/out.txt");
+    EXPECT_FALSE(WebFile::Open(web, "OUT.TXT").IsOpen());
+    EXPECT_FALSE(WebFile::Open(web, "nothing.htm").IsOpen());
+}
+
 } // namespace
 } // namespace tess

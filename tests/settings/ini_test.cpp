@@ -156,5 +156,17 @@ TEST(Ini, LineBreaksInValuesCannotBreakTheFile) {
     EXPECT_EQ(ini.GetKey("S", "After", WriteDefault::No, ""), "kept");
 }
 
+// Notepad saves with a byte-order mark: the first section is still found, and the mark is
+// written back with the rest.
+TEST(Ini, AByteOrderMarkIsSkippedAndKept) {
+    TempDir dir;
+    const std::string path = dir.File("bom.ini");
+    WriteFileBytes(path, "\xEF\xBB\xBF[General]\r\nName=Cam\r\n");
+    INI ini(path);
+    EXPECT_EQ(ini.GetKey("General", "Name", WriteDefault::No, ""), "Cam");
+    ASSERT_TRUE(ini.SetKey("General", "Width", "320"));
+    EXPECT_EQ(ReadFileBytes(path), "\xEF\xBB\xBF[General]\r\nName=Cam\r\nWidth=320\r\n");
+}
+
 } // namespace
 } // namespace tess

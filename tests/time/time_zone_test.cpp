@@ -76,5 +76,12 @@ TEST_F(TimeZoneTable, MissingFileOrZoneGivesTheNotDefinedText) {
     EXPECT_EQ(zone_.ConvertedTimeZone(), "Not defined in timezone.txt");
 }
 
+TEST_F(TimeZoneTable, AByteOrderMarkDoesNotHideTheFirstRow) {
+    test::WriteFileBytes(path_, "\xEF\xBB\xBF"
+                                "CET,Central European Time\r\nCEST,Summer\r\n");
+    zone_.LoadTimeZoneLookup(path_);
+    EXPECT_EQ(zone_.ConvertedTimeZone(), "Central European Time");
+}
+
 } // namespace
 } // namespace tess

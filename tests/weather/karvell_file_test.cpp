@@ -147,6 +147,15 @@ TEST(KarvellFile, LastDataRoundTripsExactlyAndRefusesDamagedFiles) {
     EXPECT_NE(error.find("does not exist"), std::string::npos) << error;
 }
 
+TEST(KarvellFile, AByteOrderMarkBeforeTheLineIsSkipped) {
+    test::TempDir dir;
+    Karvell k;
+    k.SetCSVFile(dir.File("station.csv"));
+    test::WriteFileBytes(dir.File("station.csv"), "\xEF\xBB\xBF" + Line(0, "4.5") + "\r\n");
+    EXPECT_EQ(k.GetCSVData(), CSVStatus::Accepted);
+    EXPECT_EQ(k.CSVData(14), 4.5);
+}
+
 } // namespace
 } // namespace tess
 
