@@ -12,6 +12,15 @@
 
 namespace tess {
 
+namespace {
+
+// The longest the loop leaves curl alone while a transfer runs. This libcurl can leave a
+// transfer in a new state without a socket to watch or a timer (an FTP data connection whose
+// passive-mode answer came at once), so every transfer is run again at this pace.
+constexpr long kLongestWaitMs = 2;
+
+} // namespace
+
 // The multi handle, its transfers and the loop's watches over curl's sockets. Handlers
 // queued on the loop hold it only weakly, so the owner can go away with waits pending.
 class CurlMulti::Engine : public std::enable_shared_from_this<Engine> {
@@ -46,6 +55,7 @@ private:
     void Arm(Watch& watch, curl_socket_t fd);
     void Ready(curl_socket_t fd, std::uint64_t serial, int direction, const std::error_code& ec);
     void SetTimer(long timeout_ms);
+    void RenewTimer();
     void Timeout(std::uint64_t generation);
     void Deliver();
 
@@ -79,6 +89,7 @@ bool CurlMulti::Engine::Add(CURL* easy, Done done) {
     if (!Start() || !easy) return false;
     if (curl_->multi_add_handle(multi_, easy) != CURLM_OK) return false;
     transfers_[easy] = std::move(done);
+    RenewTimer();
     return true;
 }
 
@@ -206,6 +217,8 @@ int CurlMulti::Engine::OnTimer(CURLM*, long timeout_ms, void* self) {
 // -1 means curl needs no timer: nothing stays queued on the loop for an idle multi.
 void CurlMulti::Engine::SetTimer(long timeout_ms) {
     std::uint64_t generation = ++timer_generation_;
+    if (!transfers_.empty() && (timeout_ms < 0 || timeout_ms > kLongestWaitMs))
+        timeout_ms = kLongestWaitMs;
     if (timeout_ms < 0) {
         timer_.cancel();
         return;
@@ -221,8 +234,19 @@ void CurlMulti::Engine::Timeout(std::uint64_t generation) {
     // A wait that had already expired when curl moved its timer is not curl's timeout.
     if (!multi_ || generation != timer_generation_) return;
     int running = 0;
-    curl_->multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+    if (transfers_.empty())
+        curl_->multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
+    else
+        curl_->multi_socket_all(multi_, &running);
+    if (generation == timer_generation_) RenewTimer();
     Deliver();
+}
+
+// curl moves its timer only when its wish changes; the cap above needs a new wait each time.
+void CurlMulti::Engine::RenewTimer() {
+    long timeout_ms = -1;
+    curl_->multi_timeout(multi_, &timeout_ms);
+    SetTimer(timeout_ms);
 }
 
 // A callback may start or remove transfers or destroy the owner, so finished transfers are
