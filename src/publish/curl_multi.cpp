@@ -98,6 +98,8 @@ void CurlMulti::Engine::Remove(CURL* easy) {
     if (it == transfers_.end()) return;
     curl_->multi_remove_handle(multi_, easy);
     transfers_.erase(it);
+    // Lets go of the pace kept for running transfers.
+    if (transfers_.empty()) RenewTimer();
 }
 
 void CurlMulti::Engine::Post(std::function<void()> work) {
