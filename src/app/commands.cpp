@@ -5,13 +5,14 @@
 #include "app/run_commands.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
+#include "app/upload_command.h"
 
 namespace tess {
 
 const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
         AddRunCommand, AddRenderCommand, AddPortfolioCommand, AddCanvasCommand,
-        AddSunCommand, AddTagsCommand,   AddDemoCommand};
+        AddSunCommand, AddTagsCommand,   AddDemoCommand,      AddUploadCommand};
     return all;
 }
 

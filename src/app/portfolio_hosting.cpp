@@ -3,6 +3,7 @@
 #include "app/application.h"
 #include "app/web_hosting.h"
 #include "document/portfolio.h"
+#include "publish/ftp_push.h"
 
 namespace tess {
 
@@ -16,6 +17,9 @@ void HostPortfolio(Application& app, Portfolio& portfolio) {
     composition.wake = [&app] { app.WakeSoon(); };
     composition.running = [&app] { return app.Running(); };
     portfolio.Outputs().wallpaper = &app.Wallpaper();
+    portfolio.Outputs().ftp_upload = [&app](FTPPush& push, const DIB& picture) {
+        return push.Upload(app.Loop(), picture);
+    };
 }
 
 } // namespace tess

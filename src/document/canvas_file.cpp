@@ -8,7 +8,9 @@
 #include "settings/ini_section.h"
 #include "settings/numbers.h"
 
+#include <fcntl.h>
 #include <filesystem>
+#include <unistd.h>
 
 #include <fmt/format.h>
 
@@ -23,6 +25,20 @@ constexpr const char* kFTPPush = "FTPPush";
 constexpr const char* kWebServer = "WebServer";
 // No real server: users replace it with their own.
 constexpr const char* kExampleFTPServer = "ftp.example.com";
+
+// A canvas file that holds an FTP password is for its owner's eyes only. The file is made
+// private before it is written, and every later atomic write keeps its mode.
+void KeepPrivate(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    if (!fs::exists(path, ec)) {
+        int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd >= 0) ::close(fd);
+        return;
+    }
+    fs::permissions(path, fs::perms::group_all | fs::perms::others_all, fs::perm_options::remove,
+                    ec);
+}
 
 } // namespace
 
@@ -51,7 +67,9 @@ bool Canvas::LoadFile(FileAccess access) {
 
 bool Canvas::SaveFile() {
     if (file_name_.empty()) return false;
-    ini_.SetFile(PathFromSettings(file_name_));
+    const std::string path = PathFromSettings(file_name_);
+    if (!ftp_push_.Password().empty()) KeepPrivate(path);
+    ini_.SetFile(path);
     writes_ok_ = true;
     {
         IniBatch batch(ini_);
@@ -180,6 +198,8 @@ void Canvas::LoadFTPPush() {
     p.SetQuality(push.Long("Quality", "80"));
     p.SetServerName(push.Text("ServerName", kExampleFTPServer));
     p.SetUserName(push.Text("UserName", ""));
+    // Only files that use the key carry it.
+    p.SetServerKey(ini_.GetKey(kFTPPush, "ServerKey", WriteDefault::No, ""));
     p.Schedule().LoadSettings(ini_, "FTPPushSchedule");
 }
 
@@ -195,6 +215,8 @@ void Canvas::SaveFTPPush() {
     push.SetLong("Quality", p.Quality());
     push.SetText("ServerName", p.ServerName());
     push.SetText("UserName", p.UserName());
+    if (!p.ServerKey().empty() || !ini_.GetKey(kFTPPush, "ServerKey", WriteDefault::No, "").empty())
+        push.SetText("ServerKey", p.ServerKey());
     NoteWrite(push.WritesOk());
     NoteWrite(p.Schedule().SaveSettings(ini_, "FTPPushSchedule"));
 }
