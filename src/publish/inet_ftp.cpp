@@ -81,7 +81,7 @@ void InetFTP::Connect() {
     if (!control_)
         control_ = std::make_unique<FtpControl>(
             loop_, [this](int control_state) { StateChanged(control_state); });
-    control_->SetLogin({server_, user_, password_, server_key_, kRequestTimeout});
+    control_->SetLogin({server_, user_, password_, server_key_, request_timeout_});
     control_->Cancel();
     Execute({FtpCommandKind::Connect, "./", "", nullptr});
 }

@@ -71,6 +71,8 @@ public:
                       const std::string& remote_name, std::int32_t instance);
     void StartSend();
     void Disconnect();
+    // Seconds the server is given for the connection and for each answer.
+    void SetRequestTimeout(int seconds) { request_timeout_ = seconds; }
     // The pause before a retry's first command, so a server that restarts is given time.
     void SetRetryPause(std::chrono::milliseconds pause) { retry_pause_ = pause; }
     // One step of the machine; the engine's own timer calls it too.
@@ -121,6 +123,7 @@ private:
     std::string error_;
     std::function<void(const std::string&)> observer_;
     std::chrono::milliseconds retry_pause_{1000};
+    int request_timeout_ = kRequestTimeout;
     bool pausing_ = false; // the next tick waits out the retry pause
     std::shared_ptr<char> alive_ = std::make_shared<char>();
 };
