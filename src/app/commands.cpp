@@ -8,6 +8,7 @@
 #include "app/station_command.h"
 #include "app/sun_command.h"
 #include "app/tags_command.h"
+#include "app/upload_command.h"
 
 namespace tess {
 
@@ -15,7 +16,7 @@ const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
         AddRunCommand,   AddRenderCommand,  AddPortfolioCommand, AddCanvasCommand,
         AddSunCommand,   AddStationCommand, AddTagsCommand,      AddDemoCommand,
-        AddFeedsCommand, AddScriptCommand};
+        AddFeedsCommand, AddScriptCommand,  AddUploadCommand};
     return all;
 }
 

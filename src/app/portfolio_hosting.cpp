@@ -4,6 +4,7 @@
 #include "app/camera_hosting.h"
 #include "app/web_hosting.h"
 #include "document/portfolio.h"
+#include "publish/ftp_push.h"
 
 namespace tess {
 
@@ -18,6 +19,9 @@ void HostPortfolio(Application& app, Portfolio& portfolio) {
     composition.running = [&app] { return app.Running(); };
     portfolio.Outputs().wallpaper = &app.Wallpaper();
     HostCameras(app, portfolio);
+    portfolio.Outputs().ftp_upload = [&app](FTPPush& push, const DIB& picture) {
+        return push.Upload(app.Loop(), picture);
+    };
 }
 
 } // namespace tess

@@ -8,7 +8,9 @@
 #include "settings/ini_section.h"
 #include "settings/numbers.h"
 
+#include <fcntl.h>
 #include <filesystem>
+#include <unistd.h>
 
 #include <fmt/format.h>
 
@@ -36,6 +38,20 @@ void WarnIfNoCanvasIn(INI& ini, const std::string& path) {
     LogWarning("canvas file '{}' {}: it has no [General] Name, Width or Height; the canvas takes "
                "the defaults, which are written back to it",
                path, empty ? "is empty" : "holds no canvas settings");
+}
+
+// A canvas file that holds an FTP password is for its owner's eyes only. The file is made
+// private before it is written, and every later atomic write keeps its mode.
+void KeepPrivate(const std::string& path) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    if (!fs::exists(path, ec)) {
+        int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        if (fd >= 0) ::close(fd);
+        return;
+    }
+    fs::permissions(path, fs::perms::group_all | fs::perms::others_all, fs::perm_options::remove,
+                    ec);
 }
 
 } // namespace
@@ -67,7 +83,9 @@ bool Canvas::LoadFile(FileAccess access) {
 bool Canvas::SaveFile() {
     if (file_name_.empty()) return false;
     ini_ = INI(); // a copy loaded read-only would keep the save in memory
-    ini_.SetFile(PathFromSettings(file_name_));
+    const std::string path = PathFromSettings(file_name_);
+    if (!ftp_push_.Password().empty()) KeepPrivate(path);
+    ini_.SetFile(path);
     writes_ok_ = true;
     {
         IniBatch batch(ini_);
@@ -196,6 +214,8 @@ void Canvas::LoadFTPPush() {
     p.SetQuality(push.Long("Quality", "80"));
     p.SetServerName(push.Text("ServerName", kExampleFTPServer));
     p.SetUserName(push.Text("UserName", ""));
+    // Only files that use the key carry it.
+    p.SetServerKey(ini_.GetKey(kFTPPush, "ServerKey", WriteDefault::No, ""));
     p.Schedule().LoadSettings(ini_, "FTPPushSchedule");
 }
 
@@ -211,6 +231,8 @@ void Canvas::SaveFTPPush() {
     push.SetLong("Quality", p.Quality());
     push.SetText("ServerName", p.ServerName());
     push.SetText("UserName", p.UserName());
+    if (!p.ServerKey().empty() || !ini_.GetKey(kFTPPush, "ServerKey", WriteDefault::No, "").empty())
+        push.SetText("ServerKey", p.ServerKey());
     NoteWrite(push.WritesOk());
     NoteWrite(p.Schedule().SaveSettings(ini_, "FTPPushSchedule"));
 }

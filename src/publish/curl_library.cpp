@@ -17,7 +17,8 @@ bool Find(void* library, const char* name, Function& function) {
 const CurlLibrary* Load() {
     void* library = ::dlopen("libcurl.so.4", RTLD_NOW | RTLD_LOCAL);
     if (!library) {
-        LogError("downloads are not possible: libcurl could not be loaded ({})", ::dlerror());
+        LogError("downloads and FTP uploads are not possible: libcurl could not be loaded ({})",
+                 ::dlerror());
         return nullptr;
     }
     static CurlLibrary curl;
@@ -27,6 +28,9 @@ const CurlLibrary* Load() {
                        Find(library, "curl_easy_cleanup", curl.easy_cleanup) &&
                        Find(library, "curl_easy_setopt", curl.easy_setopt) &&
                        Find(library, "curl_easy_getinfo", curl.easy_getinfo) &&
+                       Find(library, "curl_easy_reset", curl.easy_reset) &&
+                       Find(library, "curl_slist_append", curl.slist_append) &&
+                       Find(library, "curl_slist_free_all", curl.slist_free_all) &&
                        Find(library, "curl_multi_init", curl.multi_init) &&
                        Find(library, "curl_multi_cleanup", curl.multi_cleanup) &&
                        Find(library, "curl_multi_setopt", curl.multi_setopt) &&
@@ -34,16 +38,19 @@ const CurlLibrary* Load() {
                        Find(library, "curl_multi_remove_handle", curl.multi_remove_handle) &&
                        Find(library, "curl_multi_assign", curl.multi_assign) &&
                        Find(library, "curl_multi_socket_action", curl.multi_socket_action) &&
-                       Find(library, "curl_multi_info_read", curl.multi_info_read);
+                       Find(library, "curl_multi_info_read", curl.multi_info_read) &&
+                       Find(library, "curl_multi_timeout", curl.multi_timeout) &&
+                       Find(library, "curl_multi_socket_all", curl.multi_socket_all);
     if (!found) {
-        LogError("downloads are not possible: this libcurl lacks {}", ::dlerror());
+        LogError("downloads and FTP uploads are not possible: this libcurl lacks {}", ::dlerror());
         return nullptr;
     }
     // Not thread-safe, and needed before the first handle; never undone, since handles may
     // live until the process ends.
     const CURLcode code = curl.global_init(CURL_GLOBAL_DEFAULT);
     if (code != CURLE_OK) {
-        LogError("downloads are not possible: libcurl: {}", curl.easy_strerror(code));
+        LogError("downloads and FTP uploads are not possible: libcurl: {}",
+                 curl.easy_strerror(code));
         return nullptr;
     }
     return &curl;

@@ -8,10 +8,16 @@
 #include "time/schedule.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
+
+#include <asio/io_context.hpp>
 
 namespace tess {
 
+class DIB;
+class InetFTP;
 class SunTimes;
 
 class FTPPush {
@@ -19,7 +25,8 @@ public:
     static constexpr std::int32_t kMaxBaseTime = 86400;
     static constexpr double kMaxInterval = 86400;
 
-    explicit FTPPush(SunTimes& sun) : schedule_(sun) {}
+    explicit FTPPush(SunTimes& sun);
+    ~FTPPush();
 
     // Switching on makes the next upload due at once.
     bool Enabled() const { return enabled_; }
@@ -48,6 +55,12 @@ public:
     const std::string& Password() const { return password_; }
     void SetPassword(std::string value) { Mark(StoreIfChanged(password_, std::move(value))); }
 
+    // The one certificate key (FTPS) or host key (SFTP) accepted without the usual checks, as
+    // "sha256//BASE64" or "SHA256:BASE64"; empty: certificates must chain to a trusted
+    // authority and host keys be in ~/.ssh/known_hosts.
+    const std::string& ServerKey() const { return server_key_; }
+    void SetServerKey(std::string value) { Mark(StoreIfChanged(server_key_, std::move(value))); }
+
     // JPEG quality of the pushed picture, 1..100.
     std::int32_t Quality() const { return quality_; }
     void SetQuality(std::int32_t value) { Mark(StoreLimited(quality_, value, 1, 100)); }
@@ -64,9 +77,21 @@ public:
     std::int32_t CanvasIndex() const { return canvas_index_; }
     void SetCanvasIndex(std::int32_t value);
 
-    // The transfer engine's stage and one-line status; no engine has run yet.
-    std::int32_t Stage() const { return 0; }
-    std::string Status() const { return "Idle"; }
+    // The transfer engine's stage and one-line status; "Idle" before the first upload.
+    std::int32_t Stage() const;
+    std::string Status() const;
+    // An upload has started and not yet completed or failed.
+    bool Uploading() const;
+
+    // One push of the picture: skipped (false) while the engine is busy, else encoded at
+    // `Quality` and handed to the engine, which runs on `loop`; true when it started.
+    bool Upload(asio::io_context& loop, const DIB& picture);
+    // Gets every status step of the uploads (each is also logged once).
+    void SetStatusListener(std::function<void(const std::string&)> listener) {
+        listener_ = std::move(listener);
+    }
+    // "cams/now.jpg" to "cams" and "now.jpg"; "\" separates as "/" does.
+    static std::pair<std::string, std::string> SplitPath(const std::string& path);
 
     // Every default back, the schedule all day.
     void Reset();
@@ -76,6 +101,7 @@ public:
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }
+    void StatusChanged(const std::string& text);
 
     bool enabled_ = false;
     double interval_ = 5;
@@ -90,6 +116,10 @@ private:
     tess::Schedule schedule_;
     std::int32_t canvas_index_ = 0;
     bool needs_saving_ = false;
+    std::string server_key_;
+    std::unique_ptr<InetFTP> engine_; // made by the first upload
+    std::string logged_status_;
+    std::function<void(const std::string&)> listener_;
 };
 
 } // namespace tess

@@ -2,14 +2,12 @@
 
 #include "base/log.h"
 #include "publish/curl_library.h"
+#include "publish/curl_multi.h"
 
 #include <algorithm>
 #include <chrono>
 #include <unordered_map>
 
-#include <asio/posix/stream_descriptor.hpp>
-#include <asio/post.hpp>
-#include <asio/steady_timer.hpp>
 #include <curl/curl.h>
 #include <fmt/format.h>
 
@@ -46,11 +44,10 @@ std::string UrlForLog(std::string url) {
 
 } // namespace
 
-// The multi handle with its transfers and the loop's watches over curl's sockets. Handlers
-// queued on the loop hold it only weakly, so the fetcher can go away with waits pending.
-class UrlFetcher::Engine : public std::enable_shared_from_this<Engine> {
+// The fetcher's transfers over its own multi handle.
+class UrlFetcher::Engine {
 public:
-    Engine(asio::io_context& loop, UrlFetchLimits limits);
+    Engine(asio::io_context& loop, UrlFetchLimits limits) : limits_(limits), multi_(loop) {}
     ~Engine() { Shutdown(); }
 
     std::uint64_t Fetch(const std::string& url, Done done);
@@ -71,65 +68,21 @@ private:
     };
     using Transfers = std::unordered_map<std::uint64_t, std::unique_ptr<Transfer>>;
 
-    // One socket curl asked us to watch. The descriptor never owns it: curl closes its own
-    // sockets, so a watch lets go of the number before it is dropped.
-    struct Watch {
-        explicit Watch(asio::io_context& loop) : descriptor(loop) {}
-        asio::posix::stream_descriptor descriptor;
-        std::uint64_t serial = 0; // tells a queued wait whether its watch still exists
-        int wanted = 0;           // CURL_POLL_IN and CURL_POLL_OUT bits
-        bool reading = false;     // a read wait is queued
-        bool writing = false;
-    };
-
-    static int OnSocket(CURL* easy, curl_socket_t fd, int what, void* self, void* socketp);
-    static int OnTimer(CURLM* multi, long timeout_ms, void* self);
     static std::size_t OnBody(char* data, std::size_t size, std::size_t count, void* transfer);
 
-    bool Start();
     CURLcode Configure(Transfer& transfer);
-    Watch* WatchFor(curl_socket_t fd, void* socketp);
-    void Unwatch(curl_socket_t fd);
-    void Arm(Watch& watch, curl_socket_t fd);
-    void Ready(curl_socket_t fd, std::uint64_t serial, int direction, const std::error_code& ec);
-    void SetTimer(long timeout_ms);
-    void Timeout(std::uint64_t generation);
-    void Deliver();
+    void Finished(std::uint64_t id, CURLcode code);
     void FailUnstarted(std::uint64_t id);
     UrlFetchResult Result(Transfer& transfer, CURLcode code) const;
     std::string Problem(const Transfer& transfer, CURLcode code, long status) const;
     void Drop(Transfers::iterator it);
 
-    asio::io_context& loop_;
     UrlFetchLimits limits_;
     const CurlLibrary* curl_ = nullptr;
-    CURLM* multi_ = nullptr; // null before the first download and once shut down
-    bool shut_down_ = false;
-    asio::steady_timer timer_;
-    std::uint64_t timer_generation_ = 0;
     Transfers transfers_;
-    std::unordered_map<curl_socket_t, std::unique_ptr<Watch>> watches_;
     std::uint64_t next_id_ = 0;
-    std::uint64_t next_serial_ = 0;
+    CurlMulti multi_; // last: it goes first, before the handles it may still hold
 };
-
-UrlFetcher::Engine::Engine(asio::io_context& loop, UrlFetchLimits limits)
-    : loop_(loop), limits_(limits), timer_(loop) {}
-
-// The library and its multi handle come with the first download.
-bool UrlFetcher::Engine::Start() {
-    if (multi_) return true;
-    if (shut_down_) return false;
-    curl_ = Curl();
-    if (!curl_) return false;
-    multi_ = curl_->multi_init();
-    if (!multi_) return false;
-    curl_->multi_setopt(multi_, CURLMOPT_SOCKETFUNCTION, &Engine::OnSocket);
-    curl_->multi_setopt(multi_, CURLMOPT_SOCKETDATA, this);
-    curl_->multi_setopt(multi_, CURLMOPT_TIMERFUNCTION, &Engine::OnTimer);
-    curl_->multi_setopt(multi_, CURLMOPT_TIMERDATA, this);
-    return true;
-}
 
 std::uint64_t UrlFetcher::Engine::Fetch(const std::string& url, Done done) {
     auto owned = std::make_unique<Transfer>();
@@ -140,17 +93,15 @@ std::uint64_t UrlFetcher::Engine::Fetch(const std::string& url, Done done) {
     transfer.max_bytes = limits_.max_bytes;
     transfers_.emplace(transfer.id, std::move(owned));
 
-    transfer.easy = Start() ? curl_->easy_init() : nullptr;
-    if (transfer.easy && (Configure(transfer) != CURLE_OK ||
-                          curl_->multi_add_handle(multi_, transfer.easy) != CURLM_OK)) {
+    curl_ = multi_.Library();
+    transfer.easy = curl_ ? curl_->easy_init() : nullptr;
+    auto finished = [this, id = transfer.id](CURL*, CURLcode code) { Finished(id, code); };
+    if (transfer.easy &&
+        (Configure(transfer) != CURLE_OK || !multi_.Add(transfer.easy, std::move(finished)))) {
         curl_->easy_cleanup(transfer.easy);
         transfer.easy = nullptr;
     }
-    if (!transfer.easy) {
-        asio::post(loop_, [weak = weak_from_this(), id = transfer.id] {
-            if (auto self = weak.lock()) self->FailUnstarted(id);
-        });
-    }
+    if (!transfer.easy) multi_.Post([this, id = transfer.id] { FailUnstarted(id); });
     return transfer.id;
 }
 
@@ -193,143 +144,15 @@ void UrlFetcher::Engine::Cancel(std::uint64_t id) {
 
 void UrlFetcher::Engine::Drop(Transfers::iterator it) {
     if (CURL* easy = it->second->easy) {
-        curl_->multi_remove_handle(multi_, easy);
+        multi_.Remove(easy);
         curl_->easy_cleanup(easy);
     }
     transfers_.erase(it);
 }
 
 void UrlFetcher::Engine::Shutdown() {
-    shut_down_ = true;
-    if (!multi_) return;
-    for (auto& [id, transfer] : transfers_) {
-        if (!transfer->easy) continue;
-        curl_->multi_remove_handle(multi_, transfer->easy);
-        curl_->easy_cleanup(transfer->easy);
-    }
-    transfers_.clear();
-    curl_->multi_cleanup(multi_);
-    multi_ = nullptr;
-    for (auto& [fd, watch] : watches_)
-        watch->descriptor.release();
-    watches_.clear();
-    timer_.cancel();
-}
-
-// curl calls this from inside its own functions: it only arranges waits, never calls back
-// into curl or into a caller's callback. Exceptions must not cross curl's C frames.
-int UrlFetcher::Engine::OnSocket(CURL*, curl_socket_t fd, int what, void* self, void* socketp) {
-    auto& engine = *static_cast<Engine*>(self);
-    try {
-        if (what == CURL_POLL_REMOVE) {
-            engine.Unwatch(fd);
-            return 0;
-        }
-        Watch* watch = engine.WatchFor(fd, socketp);
-        if (!watch) return -1;
-        watch->wanted = what;
-        engine.Arm(*watch, fd);
-        return 0;
-    } catch (...) {
-        return -1;
-    }
-}
-
-UrlFetcher::Engine::Watch* UrlFetcher::Engine::WatchFor(curl_socket_t fd, void* socketp) {
-    auto it = watches_.find(fd);
-    if (it != watches_.end() && it->second.get() == socketp) return it->second.get();
-    // A socket new to curl under a number we still watch: the old socket was closed without
-    // a word, and its registration has to go before the new one can be made.
-    if (it != watches_.end()) Unwatch(fd);
-    auto watch = std::make_unique<Watch>(loop_);
-    std::error_code ec;
-    watch->descriptor.assign(fd, ec);
-    if (ec) {
-        LogWarning("URL download: cannot watch a socket: {}", ec.message());
-        return nullptr;
-    }
-    watch->serial = ++next_serial_;
-    Watch* raw = watch.get();
-    watches_[fd] = std::move(watch);
-    curl_->multi_assign(multi_, fd, raw);
-    return raw;
-}
-
-void UrlFetcher::Engine::Unwatch(curl_socket_t fd) {
-    auto it = watches_.find(fd);
-    if (it == watches_.end()) return;
-    // Queued waits come back aborted and find no watch with their serial.
-    it->second->descriptor.release();
-    watches_.erase(it);
-}
-
-// A wait is queued once per direction and renewed after each report; a wait curl no longer
-// wants is left to finish and then ignored, since cancelling would cancel both directions.
-void UrlFetcher::Engine::Arm(Watch& watch, curl_socket_t fd) {
-    auto wait = [&](asio::posix::stream_descriptor::wait_type type, int direction) {
-        watch.descriptor.async_wait(type, [weak = weak_from_this(), fd, serial = watch.serial,
-                                           direction](const std::error_code& ec) {
-            if (auto self = weak.lock()) self->Ready(fd, serial, direction, ec);
-        });
-    };
-    if ((watch.wanted & CURL_POLL_IN) && !watch.reading) {
-        watch.reading = true;
-        wait(asio::posix::stream_descriptor::wait_read, CURL_CSELECT_IN);
-    }
-    if ((watch.wanted & CURL_POLL_OUT) && !watch.writing) {
-        watch.writing = true;
-        wait(asio::posix::stream_descriptor::wait_write, CURL_CSELECT_OUT);
-    }
-}
-
-void UrlFetcher::Engine::Ready(curl_socket_t fd, std::uint64_t serial, int direction,
-                               const std::error_code& ec) {
-    if (!multi_) return;
-    auto it = watches_.find(fd);
-    if (it == watches_.end() || it->second->serial != serial) return;
-    Watch& watch = *it->second;
-    bool in = direction == CURL_CSELECT_IN;
-    (in ? watch.reading : watch.writing) = false;
-    if (ec == asio::error::operation_aborted) return;
-    if (!(watch.wanted & (in ? CURL_POLL_IN : CURL_POLL_OUT))) return;
-
-    int running = 0;
-    curl_->multi_socket_action(multi_, fd, direction | (ec ? CURL_CSELECT_ERR : 0), &running);
-    // curl may have dropped the socket, or taken a new one under the same number.
-    it = watches_.find(fd);
-    if (it != watches_.end() && it->second->serial == serial) Arm(*it->second, fd);
-    Deliver();
-}
-
-int UrlFetcher::Engine::OnTimer(CURLM*, long timeout_ms, void* self) {
-    try {
-        static_cast<Engine*>(self)->SetTimer(timeout_ms);
-        return 0;
-    } catch (...) {
-        return -1;
-    }
-}
-
-// -1 means curl needs no timer: nothing stays queued on the loop for an idle fetcher.
-void UrlFetcher::Engine::SetTimer(long timeout_ms) {
-    std::uint64_t generation = ++timer_generation_;
-    if (timeout_ms < 0) {
-        timer_.cancel();
-        return;
-    }
-    timer_.expires_after(std::chrono::milliseconds(timeout_ms));
-    timer_.async_wait([weak = weak_from_this(), generation](const std::error_code& ec) {
-        if (ec) return;
-        if (auto self = weak.lock()) self->Timeout(generation);
-    });
-}
-
-void UrlFetcher::Engine::Timeout(std::uint64_t generation) {
-    // A wait that had already expired when curl moved its timer is not curl's timeout.
-    if (!multi_ || generation != timer_generation_) return;
-    int running = 0;
-    curl_->multi_socket_action(multi_, CURL_SOCKET_TIMEOUT, 0, &running);
-    Deliver();
+    while (!transfers_.empty())
+        Drop(transfers_.begin());
 }
 
 std::size_t UrlFetcher::Engine::OnBody(char* data, std::size_t size, std::size_t count,
@@ -356,23 +179,14 @@ std::size_t UrlFetcher::Engine::OnBody(char* data, std::size_t size, std::size_t
     return bytes;
 }
 
-// A callback may start or cancel transfers or destroy the fetcher, so finished transfers
-// are taken one at a time and the state is checked again after each callback.
-void UrlFetcher::Engine::Deliver() {
-    while (multi_) {
-        int left = 0;
-        CURLMsg* message = curl_->multi_info_read(multi_, &left);
-        if (!message) return;
-        if (message->msg != CURLMSG_DONE) continue;
-        CURLcode code = message->data.result;
-        char* pointer = nullptr;
-        curl_->easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &pointer);
-        auto& transfer = *reinterpret_cast<Transfer*>(pointer);
-        UrlFetchResult result = Result(transfer, code);
-        Done done = std::move(transfer.done);
-        Drop(transfers_.find(transfer.id));
-        if (done) done(std::move(result));
-    }
+// The callback may start or cancel transfers or destroy the fetcher: it runs last.
+void UrlFetcher::Engine::Finished(std::uint64_t id, CURLcode code) {
+    auto it = transfers_.find(id);
+    if (it == transfers_.end()) return;
+    UrlFetchResult result = Result(*it->second, code);
+    Done done = std::move(it->second->done);
+    Drop(it);
+    if (done) done(std::move(result));
 }
 
 void UrlFetcher::Engine::FailUnstarted(std::uint64_t id) {
@@ -414,14 +228,10 @@ std::string UrlFetcher::Engine::Problem(const Transfer& transfer, CURLcode code,
     return transfer.error[0] ? transfer.error : curl_->easy_strerror(code);
 }
 
-// Not make_shared: the engine's memory then goes with the fetcher instead of waiting for the
-// last queued handler, so a handler that kept a plain pointer would show up under ASan.
 UrlFetcher::UrlFetcher(asio::io_context& loop, UrlFetchLimits limits)
     : engine_(new Engine(loop, limits)) {}
 
-UrlFetcher::~UrlFetcher() {
-    engine_->Shutdown();
-}
+UrlFetcher::~UrlFetcher() = default;
 
 std::uint64_t UrlFetcher::Fetch(const std::string& url, Done done) {
     return engine_->Fetch(url, std::move(done));

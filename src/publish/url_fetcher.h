@@ -1,8 +1,8 @@
 #pragma once
 
-// Downloads URLs for graphic items without blocking the event loop: libcurl's multi interface
-// is driven by the loop's own socket readiness and one timer, so a fetcher with nothing in
-// flight costs nothing. Everything here runs on the loop thread.
+// Downloads URLs for graphic items without blocking the event loop (libcurl's multi interface
+// on the loop, see CurlMulti): a fetcher with nothing in flight costs nothing. Everything here runs
+// on the loop thread.
 
 #include <cstddef>
 #include <cstdint>
@@ -47,7 +47,7 @@ public:
 
 private:
     class Engine;
-    std::shared_ptr<Engine> engine_; // shared only with handlers running at this moment
+    std::unique_ptr<Engine> engine_;
 };
 
 } // namespace tess
