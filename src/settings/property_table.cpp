@@ -134,6 +134,26 @@ std::string AsString(const PropertyValue& value) {
     return CStrNI(std::get<double>(value));
 }
 
+PropertyValue Canonical(PropertyType type, PropertyValue value) {
+    switch (type) {
+    case PropertyType::Boolean:
+        return AsBool(value);
+    case PropertyType::Integer:
+    case PropertyType::Colour:
+    case PropertyType::TimeOfDay:
+        return AsInteger(value);
+    case PropertyType::Double:
+    case PropertyType::Single:
+    case PropertyType::Date:
+        return AsDouble(value);
+    case PropertyType::String:
+    case PropertyType::Path:
+        return AsString(value);
+    default:
+        return value;
+    }
+}
+
 IniPlace ChildPlace(const IniPlace& place, const PropertyInfo& info, std::string& prefix) {
     IniPlace child = place;
     if (!info.section.empty()) child.section = info.section;
@@ -160,8 +180,9 @@ std::string_view SectionOf(const IniPlace& place, const PropertyInfo& info) {
 } // namespace
 
 PropertyValue ReadKey(const IniPlace& place, const PropertyInfo& info, std::string_view def) {
-    IniSection keys(*place.ini, SectionOf(place, info));
     const std::string key = KeyOf(place, info);
+    if (info.optional) return place.ini->GetKey(SectionOf(place, info), key, WriteDefault::No, def);
+    IniSection keys(*place.ini, SectionOf(place, info));
     switch (info.type) {
     case PropertyType::Boolean:
         return keys.Bool(key, Str2Bool(def));

@@ -75,6 +75,7 @@ struct PropertyInfo {
     bool skip_on_load = false; // read by its owner before the table (a probe key)
     bool gate = false;         // an empty value means the remaining rows are not read
     bool not_in_files = false; // reachable by name only; no key
+    bool optional = false;     // text read only when present, never written by the program
 };
 
 class PropertyTableBase {
@@ -150,6 +151,8 @@ struct SetterArg<S> : SetterArg<decltype(&S::operator())> {};
 PropertyValue ReadKey(const IniPlace& place, const PropertyInfo& info, std::string_view def);
 bool WriteKey(const IniPlace& place, const PropertyInfo& info, const PropertyValue& value);
 IniPlace ChildPlace(const IniPlace& place, const PropertyInfo& info, std::string& prefix);
+// The value in the variant member its type uses (a time of day kept as a double is an int64).
+PropertyValue Canonical(PropertyType type, PropertyValue value);
 
 } // namespace property_detail
 
@@ -183,6 +186,10 @@ public:
     }
     Property&& Gate() && {
         info_.gate = true;
+        return std::move(*this);
+    }
+    Property&& Optional() && {
+        info_.optional = true;
         return std::move(*this);
     }
     Property&& NotInFiles() && {
@@ -233,7 +240,9 @@ public:
 
     const PropertyInfo& Info() const { return info_; }
     bool HasAccessors() const { return static_cast<bool>(get_); }
-    PropertyValue Get(const Owner& owner) const { return get_(owner); }
+    PropertyValue Get(const Owner& owner) const {
+        return property_detail::Canonical(info_.type, get_(owner));
+    }
     void Set(Owner& owner, const PropertyValue& value) const { set_(owner, value); }
 
     // Returns false for a gate row that read an empty value.
@@ -252,7 +261,7 @@ public:
     }
 
     bool Save(const Owner& owner, const IniPlace& place) const {
-        if (info_.not_in_files) return true;
+        if (info_.not_in_files || info_.optional) return true;
         if (save_) {
             std::string prefix;
             return save_(owner, property_detail::ChildPlace(place, info_, prefix));

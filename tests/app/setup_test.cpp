@@ -1,8 +1,10 @@
+#include "app/app_settings_properties.h"
 #include "app/app_setup.h"
 #include "app/application.h"
 #include "app/main_procedure.h"
 #include "app/scripted_ui.h"
 #include "settings/ini.h"
+#include "support/property_checks.h"
 #include "support/scoped_time_zone.h"
 #include "support/temp_dir.h"
 
@@ -62,6 +64,41 @@ TEST(AppSetup, ValuesRoundTripInvariantly) {
     EXPECT_EQ(back.StartupMode, 1);
     EXPECT_DOUBLE_EQ(back.StationLatitude, 52.5);
     EXPECT_DOUBLE_EQ(back.StationLongitude, -13.25);
+}
+
+TEST(AppSetup, EveryKeySetByNameIsSavedAndReadBackByName) {
+    test::TempDir dir;
+    INI ini(dir.File("Tessarolle.INI"));
+    AppSettings s;
+    int k = 0;
+    auto values = test::SetDistinctValues(AppSettingsProperties(), s, k);
+    SaveSetup(ini, s);
+    AppSettings back;
+    LoadSetup(ini, back);
+    test::ExpectReadBack(AppSettingsProperties(), back, values, "Tessarolle.INI");
+}
+
+TEST(AppSetup, ValuesThatAreNotNumbersAreWarnedAndTakeTheirDefaults) {
+    test::TempDir dir;
+    const std::string path = dir.File("Tessarolle.INI");
+    test::WriteFileBytes(path, "[General]\r\nStationLatitude=52,52\r\nStartupWidth=wide\r\n"
+                               "StationLongitude=13.4\r\n[Wallpaper]\r\nFolder=/srv/bg\r\n");
+    INI ini(path);
+    AppSettings s;
+    testing::internal::CaptureStderr();
+    LoadSetup(ini, s);
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(s.StationLatitude, 0);
+    EXPECT_EQ(s.StationLongitude, 13.4);
+    EXPECT_EQ(s.StartupWidth, 12000);
+    EXPECT_EQ(s.WallpaperFolder, "/srv/bg");
+    EXPECT_NE(warnings.find("'" + path + "' [General] StationLatitude: '52,52'"), std::string::npos)
+        << warnings;
+    EXPECT_NE(warnings.find("[General] StartupWidth: 'wide'"), std::string::npos) << warnings;
+    // The user's text stays for them to mend; the optional section gains nothing.
+    const std::string text = ReadFileBytes(path);
+    EXPECT_NE(text.find("StationLatitude=52,52\r\n"), std::string::npos);
+    EXPECT_EQ(text.find("ApplyCommand"), std::string::npos);
 }
 
 TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
