@@ -1,6 +1,7 @@
 #include "app/commands.h"
 
 #include "app/document_commands.h"
+#include "app/keys_command.h"
 #include "app/render_command.h"
 #include "app/run_commands.h"
 #include "app/sun_command.h"
@@ -11,7 +12,7 @@ namespace tess {
 const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
         AddRunCommand, AddRenderCommand, AddPortfolioCommand, AddCanvasCommand,
-        AddSunCommand, AddTagsCommand,   AddDemoCommand};
+        AddSunCommand, AddTagsCommand,   AddDemoCommand,      AddKeysCommand};
     return all;
 }
 
