@@ -32,6 +32,7 @@ bool Canvas::LoadFile(FileAccess access) {
         IniBatch batch(ini_);
         CanvasProperties().Load(*this, IniPlace{&ini_, {}, {}});
         CheckLoadedSize();
+        WarnUnknownKeys(ini_, CanvasProperties(), kGeneral);
         LoadText();
         LoadGraphics();
         NoteWrite(batch.Commit());

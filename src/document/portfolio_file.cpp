@@ -46,6 +46,12 @@ void Portfolio::LoadFile() {
         LoadVideoFeeds();
         LoadWebServer();
         LoadScripting();
+        WarnUnknownKeys(ini_, KarvellProperties(), kKarvell);
+        for (int slot = 1; slot <= kCanvasSlots; ++slot)
+            WarnUnknownKeys(ini_, CanvasSlotProperties(), CanvasSection(slot));
+        WarnUnknownKeys(ini_, VideoFeedProperties(), kVideoFeedSection, "Feed#");
+        WarnUnknownKeys(ini_, WebServerProperties(), kWebServer);
+        WarnUnknownKeys(ini_, ScriptSettingsProperties(), kScripting);
     }
     SetNeedSaving(false);
 }

@@ -1,10 +1,12 @@
 #include "settings/property_table.h"
 
 #include "base/error.h"
+#include "base/log.h"
 #include "base/text.h"
 #include "settings/ini_section.h"
 #include "settings/numbers.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <fmt/format.h>
@@ -99,6 +101,43 @@ bool PropertyTableBase::KnowsKey(std::string_view owner, std::string_view sectio
             return true;
     }
     return false;
+}
+
+void PropertyTableBase::CollectSections(std::string_view owner,
+                                        std::vector<std::string>& sections) const {
+    for (std::size_t i = 0; i < Size(); ++i) {
+        const PropertyInfo& row = Info(i);
+        if (row.not_in_files) continue;
+        std::string_view section = row.section.empty() ? owner : row.section;
+        if (row.type == PropertyType::Group) {
+            row.group->CollectSections(section, sections);
+            continue;
+        }
+        if (std::find(sections.begin(), sections.end(), section) == sections.end())
+            sections.emplace_back(section);
+    }
+}
+
+void WarnUnknownKeys(INI& ini, const PropertyTableBase& table, std::string_view owner,
+                     std::string_view prefix_shape) {
+    std::vector<std::string> sections;
+    table.CollectSections(owner, sections);
+    for (const std::string& section : sections) {
+        for (const std::string& key : ini.Keys(section)) {
+            std::string_view name = key;
+            if (!prefix_shape.empty()) {
+                if (name.size() < prefix_shape.size() ||
+                    !MatchesShapes(prefix_shape, name.substr(0, prefix_shape.size()))) {
+                    name = {};
+                } else {
+                    name.remove_prefix(prefix_shape.size());
+                }
+            }
+            if (!name.empty() && table.KnowsKey(owner, section, name)) continue;
+            LogWarning("'{}' [{}] {}: no setting has this key (misspelt?); it is left as it is",
+                       ini.File(), section, key);
+        }
+    }
 }
 
 namespace property_detail {

@@ -87,7 +87,16 @@ public:
     // (already stripped of the place's prefix) in the section `section`, which is `owner`
     // for rows that name none.
     bool KnowsKey(std::string_view owner, std::string_view section, std::string_view key) const;
+    // The sections the rows live in, `owner` for rows that name none, groups included.
+    void CollectSections(std::string_view owner, std::vector<std::string>& sections) const;
 };
+
+// Logs one warning, naming the file, the section and the key, for each key in the table's
+// sections of the file that no row reads: a misspelt "LocatoinX" would otherwise be ignored
+// without a word. The file is left as it is. With a `prefix_shape` ("Feed#", "#" a digit),
+// keys carry that prefix before the names the rows know.
+void WarnUnknownKeys(INI& ini, const PropertyTableBase& table, std::string_view owner,
+                     std::string_view prefix_shape = {});
 
 namespace property_detail {
 
