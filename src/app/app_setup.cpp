@@ -14,6 +14,12 @@ void SaveSetup(INI& ini, const AppSettings& s) {
     AppSettingsProperties().Save(s, IniPlace{&ini, {}, {}});
 }
 
+void RecordMainWindow(const MainWindowPlan& window, AppSettings& s) {
+    if (window.shown_as_loaded) return; // an unknown mode leaves the window as it was loaded
+    s.StartupLastNonMinimizedState = window.last_non_minimized_state;
+    if (window.state != WindowState::Minimized) s.StartupState = static_cast<int>(window.state);
+}
+
 MainWindowPlan PlanMainWindow(const AppSettings& s) {
     MainWindowPlan plan;
     switch (s.StartupMode) {

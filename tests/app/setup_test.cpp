@@ -2,6 +2,7 @@
 #include "app/app_setup.h"
 #include "app/application.h"
 #include "app/main_procedure.h"
+#include "app/quit.h"
 #include "app/scripted_ui.h"
 #include "settings/ini.h"
 #include "support/property_checks.h"
@@ -129,6 +130,26 @@ TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
 
     s.StartupMode = 7;
     EXPECT_TRUE(PlanMainWindow(s).shown_as_loaded);
+}
+
+// Maximized and minimized start-ups are written back at quit as the next start expects:
+// maximized is the state and the state to restore to; minimized keeps the last state.
+TEST(AppSetup, TheStartUpStateIsWrittenBackAtQuit) {
+    for (int mode : {2, 0}) {
+        test::TempDir dir;
+        const std::string path = dir.File("Tessarolle.INI");
+        test::WriteFileBytes(path, "[General]\r\nStartupMode=" + std::to_string(mode) +
+                                       "\r\nStartupState=0\r\nStartupLastNonMinimizedState=0\r\n");
+        ScriptedUI ui;
+        Application app(ui, dir.Path());
+        ASSERT_EQ(Main(app), 0);
+        ASSERT_TRUE(RequestQuit(app));
+        const std::string text = ReadFileBytes(path);
+        EXPECT_NE(text.find(mode == 2 ? "StartupState=2\r\n" : "StartupState=0\r\n"),
+                  std::string::npos)
+            << text;
+        EXPECT_NE(text.find("StartupLastNonMinimizedState=2\r\n"), std::string::npos) << text;
+    }
 }
 
 TEST(AppSetup, StartUpHandsTheStationAndTheZoneNamesToTheTimeServices) {
