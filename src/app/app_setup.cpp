@@ -1,5 +1,6 @@
 #include "app/app_setup.h"
 
+#include "app/app_settings_properties.h"
 #include "base/log.h"
 #include "imaging/picture_decoders.h"
 #include "settings/ini.h"
@@ -9,29 +10,9 @@
 
 namespace tess {
 
-namespace {
-constexpr const char* kGeneral = "General";
-}
-
+// Values that are not numbers take their defaults, with a warning naming the file and key.
 void LoadSetup(INI& ini, AppSettings& s) {
-    IniBatch batch(ini);
-    auto get = [&](const char* key, const std::string& def) {
-        return ini.GetKey(kGeneral, key, WriteDefault::Yes, def);
-    };
-    s.AutoLoad = Str2Bool(get("AutoLoad", "True"));
-    s.LastPortfolio = get("LastPortfolio", "");
-    s.StartupMode = Str2Lng(get("StartupMode", "2"));
-    s.StartupWidth = Str2LngNI(get("StartupWidth", CStrNI(800 * kTwipsPerPixel)));
-    s.StartupHeight = Str2LngNI(get("StartupHeight", CStrNI(600 * kTwipsPerPixel)));
-    s.StartupTop = Str2LngNI(get("StartupTop", "0"));
-    s.StartupLeft = Str2LngNI(get("StartupLeft", "0"));
-    s.StartupState = Str2Lng(get("StartupState", "2"));
-    s.StartupLastNonMinimizedState = Str2Lng(get("StartupLastNonMinimizedState", "2"));
-    s.StationLongitude = Str2DblNI(get("StationLongitude", "0"));
-    s.StationLatitude = Str2DblNI(get("StationLatitude", "0"));
-    // Optional: a file without them stays as it is.
-    s.WallpaperFolder = ini.GetKey("Wallpaper", "Folder", WriteDefault::No, "");
-    s.WallpaperCommand = ini.GetKey("Wallpaper", "ApplyCommand", WriteDefault::No, "");
+    AppSettingsProperties().Load(s, IniPlace{&ini, {}, {}});
     const std::string pixels = ini.GetKey("Limits", "MaxPicturePixels", WriteDefault::No, "");
     if (!pixels.empty()) {
         const double value = Str2DblNI(pixels);
@@ -48,18 +29,13 @@ void LoadSetup(INI& ini, AppSettings& s) {
 }
 
 void SaveSetup(INI& ini, const AppSettings& s) {
-    IniBatch batch(ini);
-    ini.SetKey(kGeneral, "AutoLoad", CStrNI(s.AutoLoad));
-    ini.SetKey(kGeneral, "LastPortfolio", s.LastPortfolio);
-    ini.SetKey(kGeneral, "StartupMode", CStrNI(s.StartupMode));
-    ini.SetKey(kGeneral, "StartupWidth", CStrNI(s.StartupWidth));
-    ini.SetKey(kGeneral, "StartupHeight", CStrNI(s.StartupHeight));
-    ini.SetKey(kGeneral, "StartupTop", CStrNI(s.StartupTop));
-    ini.SetKey(kGeneral, "StartupLeft", CStrNI(s.StartupLeft));
-    ini.SetKey(kGeneral, "StartupState", CStrNI(s.StartupState));
-    ini.SetKey(kGeneral, "StartupLastNonMinimizedState", CStrNI(s.StartupLastNonMinimizedState));
-    ini.SetKey(kGeneral, "StationLongitude", CStrNI(s.StationLongitude));
-    ini.SetKey(kGeneral, "StationLatitude", CStrNI(s.StationLatitude));
+    AppSettingsProperties().Save(s, IniPlace{&ini, {}, {}});
+}
+
+void RecordMainWindow(const MainWindowPlan& window, AppSettings& s) {
+    if (window.shown_as_loaded) return; // an unknown mode leaves the window as it was loaded
+    s.StartupLastNonMinimizedState = window.last_non_minimized_state;
+    if (window.state != WindowState::Minimized) s.StartupState = static_cast<int>(window.state);
 }
 
 MainWindowPlan PlanMainWindow(const AppSettings& s) {

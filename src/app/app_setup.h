@@ -51,4 +51,9 @@ struct MainWindowPlan {
 
 MainWindowPlan PlanMainWindow(const AppSettings& settings);
 
+// At the user's quit: the window's state goes back into the settings unless it is minimized,
+// and the state it returns to from minimized always does, so that SaveSetup writes what the
+// next start-up uses.
+void RecordMainWindow(const MainWindowPlan& window, AppSettings& settings);
+
 } // namespace tess

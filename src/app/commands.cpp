@@ -2,6 +2,7 @@
 
 #include "app/document_commands.h"
 #include "app/feeds_command.h"
+#include "app/keys_command.h"
 #include "app/render_command.h"
 #include "app/run_commands.h"
 #include "app/script_command.h"
@@ -16,7 +17,7 @@ const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
         AddRunCommand,   AddRenderCommand,  AddPortfolioCommand, AddCanvasCommand,
         AddSunCommand,   AddStationCommand, AddTagsCommand,      AddDemoCommand,
-        AddFeedsCommand, AddScriptCommand,  AddUploadCommand};
+        AddFeedsCommand, AddScriptCommand,  AddUploadCommand,    AddKeysCommand};
     return all;
 }
 

@@ -40,6 +40,7 @@ bool RequestQuit(Application& app) {
         if (answer == Answer::Yes) SaveAllProc(app, false);
     }
     app.SetRunning(false);
+    RecordMainWindow(app.MainWindow(), app.Setup());
     modMain_Shutdown(app);
     app.Stop();
     return true;

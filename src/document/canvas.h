@@ -174,6 +174,11 @@ public:
     Schedule& BackgroundSchedule() { return background_schedule_; }
     tess::FTPPush& FTPPush() { return ftp_push_; }
     tess::CanvasWebServer& CanvasWebServer() { return web_server_; }
+    const Schedule& FixedSchedule() const { return fixed_schedule_; }
+    const Schedule& SequentialSchedule() const { return sequential_schedule_; }
+    const Schedule& BackgroundSchedule() const { return background_schedule_; }
+    const tess::FTPPush& FTPPush() const { return ftp_push_; }
+    const tess::CanvasWebServer& CanvasWebServer() const { return web_server_; }
 
     // --- Items ---
     // The item with that index, or null when there is none (or the index is out of range).
@@ -262,16 +267,7 @@ private:
     void MergeShadows(DIB& layer, std::int32_t index);
     void SaveFixed(const std::vector<std::uint8_t>& jpeg);
     void SaveSequential(const std::vector<std::uint8_t>& jpeg, double now);
-    void LoadGeneral();
-    void SaveGeneral();
-    void LoadCapture();
-    void SaveCapture();
-    void LoadBackgroundOutput();
-    void SaveBackgroundOutput();
-    void LoadFTPPush();
-    void SaveFTPPush();
-    void LoadWebServer();
-    void SaveWebServer();
+    void CheckLoadedSize();
     template <typename Item, std::size_t N>
     void LoadItems(ItemTable<Item, N>& table, const char* prefix);
     template <typename Item, std::size_t N>

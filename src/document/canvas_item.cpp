@@ -1,7 +1,5 @@
 #include "document/canvas_item.h"
 
-#include "settings/ini.h"
-#include "settings/ini_section.h"
 #include "time/next_update.h"
 
 namespace tess {
@@ -24,14 +22,6 @@ void CanvasItem::SyncCommonImageSettings() {
     image_.SetShadowEnabled(shadow_);
     image_.SetShadowSize(shadow_size_);
     synced_revision_ = revision_;
-}
-
-void CanvasItem::LoadSchedule(IniSection& keys) {
-    schedule_.LoadSettings(keys.File(), keys.Name());
-}
-
-void CanvasItem::SaveSchedule(IniSection& keys) const {
-    keys.NoteWrite(schedule_.SaveSettings(keys.File(), keys.Name()));
 }
 
 } // namespace tess

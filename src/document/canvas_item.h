@@ -126,9 +126,6 @@ protected:
         needs_saving_ = true;
         ++revision_;
     }
-    // The nine schedule keys stand in the item's own section.
-    void LoadSchedule(IniSection& keys);
-    void SaveSchedule(IniSection& keys) const;
 
 private:
     tess::Schedule schedule_;

@@ -1,6 +1,7 @@
 // The canvas file's item sections: "Text001".."Text101" and "Graphic001".."Graphic100".
 
 #include "document/canvas.h"
+#include "document/item_properties.h"
 #include "settings/ini_section.h"
 #include "settings/numbers.h"
 
@@ -52,8 +53,21 @@ void Canvas::SaveItems(ItemTable<Item, N>& table, const char* prefix) {
     }
 }
 
+namespace {
+
+template <typename Table>
+void WarnUnknownItemKeys(INI& ini, const Table& table, const char* prefix,
+                         const PropertyTableBase& properties) {
+    for (std::size_t i = 1; i < table.items.size(); ++i) {
+        if (table.items[i]) WarnUnknownKeys(ini, properties, fmt::format("{}{:03}", prefix, i));
+    }
+}
+
+} // namespace
+
 void Canvas::LoadText() {
     LoadItems(texts_, "Text");
+    WarnUnknownItemKeys(ini_, texts_, "Text", TextItemProperties());
 }
 
 void Canvas::SaveText() {
@@ -62,6 +76,7 @@ void Canvas::SaveText() {
 
 void Canvas::LoadGraphics() {
     LoadItems(graphics_, "Graphic");
+    WarnUnknownItemKeys(ini_, graphics_, "Graphic", GraphicItemProperties());
 }
 
 void Canvas::SaveGraphics() {

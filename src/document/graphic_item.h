@@ -134,9 +134,6 @@ public:
     bool UpdateImage();
 
 private:
-    void LoadTransparentColors(IniSection& keys);
-    void SaveTransparentColors(IniSection& keys) const;
-
     tess::SourceType source_type_ = tess::SourceType::Rectangle;
     std::string source_file_name_;
     std::string source_url_;

@@ -47,6 +47,10 @@ bool INI::SetKey(std::string_view section, std::string_view key, std::string_vie
     return file_->Write(section, key, text);
 }
 
+std::vector<std::string> INI::Keys(std::string_view section) {
+    return file_ ? file_->Keys(section) : std::vector<std::string>{};
+}
+
 bool INI::DeleteSection(std::string_view section) {
     return file_ && file_->RemoveSection(section);
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tess {
 
@@ -28,6 +29,8 @@ public:
                        std::string_view def);
     // Stores the value with quotes written as "&34". False when the file could not be written.
     bool SetKey(std::string_view section, std::string_view key, std::string_view value);
+    // The key names of a section, as the file writes them.
+    std::vector<std::string> Keys(std::string_view section);
     // Removes a whole section; false when the file could not be written.
     bool DeleteSection(std::string_view section);
     // Forgets what the file holds, so that it is written whole from what is set next: within

@@ -135,6 +135,17 @@ std::optional<std::string_view> IniDocument::Find(std::string_view section,
     return ValueOf(std::string_view(line.text).substr(line.key_length + 1));
 }
 
+std::vector<std::string> IniDocument::Keys(std::string_view section) const {
+    std::vector<std::string> keys;
+    auto s = index_.find(ToLowerAscii(Trim(section)));
+    if (s == index_.end()) return keys;
+    for (const Line& line : sections_[s->second].lines) {
+        if (line.is_key)
+            keys.emplace_back(Trim(std::string_view(line.text).substr(0, line.key_length)));
+    }
+    return keys;
+}
+
 // Gives the file's last line an ending before something is appended after it.
 void IniDocument::EndLastLine() {
     for (auto s = sections_.rbegin(); s != sections_.rend(); ++s) {

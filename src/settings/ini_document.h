@@ -24,6 +24,8 @@ public:
     std::string Serialize() const;
 
     std::optional<std::string_view> Find(std::string_view section, std::string_view key) const;
+    // The names of the keys of the first section of that name, as written, in file order.
+    std::vector<std::string> Keys(std::string_view section) const;
     // Writes "key=value"; returns true when the text changed. Names and values that could
     // not be read back as written (a key starting with "[" or holding "=", a section holding
     // "]", a line break anywhere) are refused and change nothing.

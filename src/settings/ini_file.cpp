@@ -65,6 +65,11 @@ std::optional<std::string> IniFile::Read(std::string_view section, std::string_v
     return std::nullopt;
 }
 
+std::vector<std::string> IniFile::Keys(std::string_view section) {
+    if (batch_depth_ == 0) Refresh();
+    return doc_.Keys(section);
+}
+
 bool IniFile::Write(std::string_view section, std::string_view key, std::string_view value) {
     if (batch_depth_ == 0) Refresh();
     if (unreadable_) return false;

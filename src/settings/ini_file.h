@@ -23,6 +23,7 @@ public:
     std::optional<std::string> Read(std::string_view section, std::string_view key);
     bool Write(std::string_view section, std::string_view key, std::string_view value);
     bool RemoveSection(std::string_view section);
+    std::vector<std::string> Keys(std::string_view section);
 
     void StartAfresh();
     void BeginBatch();

@@ -12,14 +12,6 @@ namespace {
 
 constexpr double kMinutesPerDay = 1440;
 
-template <typename T, typename U>
-void Assign(T& field, U value, T minimum, T maximum, bool& needs_saving) {
-    if (field == value) return;
-    field = static_cast<T>(value);
-    Limit(field, minimum, maximum);
-    needs_saving = true;
-}
-
 // Nothing for 0, "+15", "+7.5" or "-30", then the unit.
 std::string OffsetText(double offset, std::string_view unit) {
     if (offset == 0) return {};
@@ -29,31 +21,31 @@ std::string OffsetText(double offset, std::string_view unit) {
 } // namespace
 
 void Schedule::SetScheduleMode(std::int32_t value) {
-    Assign(schedule_mode_, value, 0, 1, needs_saving_);
+    needs_saving_ |= StoreLimited(schedule_mode_, value, 0, 1);
 }
 void Schedule::SetStartMode(std::int32_t value) {
-    Assign(start_mode_, value, 0, 2, needs_saving_);
+    needs_saving_ |= StoreLimited(start_mode_, value, 0, 2);
 }
 void Schedule::SetStopMode(std::int32_t value) {
-    Assign(stop_mode_, value, 0, 2, needs_saving_);
+    needs_saving_ |= StoreLimited(stop_mode_, value, 0, 2);
 }
 void Schedule::SetStartAbsoluteTime(double value) {
-    Assign(start_absolute_time_, value, 0.0, kLatestTime, needs_saving_);
+    needs_saving_ |= StoreLimited(start_absolute_time_, value, 0.0, kLatestTime);
 }
 void Schedule::SetStopAbsoluteTime(double value) {
-    Assign(stop_absolute_time_, value, 0.0, kLatestTime, needs_saving_);
+    needs_saving_ |= StoreLimited(stop_absolute_time_, value, 0.0, kLatestTime);
 }
 void Schedule::SetStartSunriseOffset(double value) {
-    Assign(start_sunrise_offset_, value, -kMaxOffset, kMaxOffset, needs_saving_);
+    needs_saving_ |= StoreLimited(start_sunrise_offset_, value, -kMaxOffset, kMaxOffset);
 }
 void Schedule::SetStopSunriseOffset(double value) {
-    Assign(stop_sunrise_offset_, value, -kMaxOffset, kMaxOffset, needs_saving_);
+    needs_saving_ |= StoreLimited(stop_sunrise_offset_, value, -kMaxOffset, kMaxOffset);
 }
 void Schedule::SetStartSunsetOffset(double value) {
-    Assign(start_sunset_offset_, value, -kMaxOffset, kMaxOffset, needs_saving_);
+    needs_saving_ |= StoreLimited(start_sunset_offset_, value, -kMaxOffset, kMaxOffset);
 }
 void Schedule::SetStopSunsetOffset(double value) {
-    Assign(stop_sunset_offset_, value, -kMaxOffset, kMaxOffset, needs_saving_);
+    needs_saving_ |= StoreLimited(stop_sunset_offset_, value, -kMaxOffset, kMaxOffset);
 }
 
 void Schedule::Reset() {

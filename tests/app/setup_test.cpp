@@ -1,8 +1,11 @@
+#include "app/app_settings_properties.h"
 #include "app/app_setup.h"
 #include "app/application.h"
 #include "app/main_procedure.h"
+#include "app/quit.h"
 #include "app/scripted_ui.h"
 #include "settings/ini.h"
+#include "support/property_checks.h"
 #include "support/scoped_time_zone.h"
 #include "support/temp_dir.h"
 
@@ -64,6 +67,41 @@ TEST(AppSetup, ValuesRoundTripInvariantly) {
     EXPECT_DOUBLE_EQ(back.StationLongitude, -13.25);
 }
 
+TEST(AppSetup, EveryKeySetByNameIsSavedAndReadBackByName) {
+    test::TempDir dir;
+    INI ini(dir.File("Tessarolle.INI"));
+    AppSettings s;
+    int k = 0;
+    auto values = test::SetDistinctValues(AppSettingsProperties(), s, k);
+    SaveSetup(ini, s);
+    AppSettings back;
+    LoadSetup(ini, back);
+    test::ExpectReadBack(AppSettingsProperties(), back, values, "Tessarolle.INI");
+}
+
+TEST(AppSetup, ValuesThatAreNotNumbersAreWarnedAndTakeTheirDefaults) {
+    test::TempDir dir;
+    const std::string path = dir.File("Tessarolle.INI");
+    test::WriteFileBytes(path, "[General]\r\nStationLatitude=52,52\r\nStartupWidth=wide\r\n"
+                               "StationLongitude=13.4\r\n[Wallpaper]\r\nFolder=/srv/bg\r\n");
+    INI ini(path);
+    AppSettings s;
+    testing::internal::CaptureStderr();
+    LoadSetup(ini, s);
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(s.StationLatitude, 0);
+    EXPECT_EQ(s.StationLongitude, 13.4);
+    EXPECT_EQ(s.StartupWidth, 12000);
+    EXPECT_EQ(s.WallpaperFolder, "/srv/bg");
+    EXPECT_NE(warnings.find("'" + path + "' [General] StationLatitude: '52,52'"), std::string::npos)
+        << warnings;
+    EXPECT_NE(warnings.find("[General] StartupWidth: 'wide'"), std::string::npos) << warnings;
+    // The user's text stays for them to mend; the optional section gains nothing.
+    const std::string text = ReadFileBytes(path);
+    EXPECT_NE(text.find("StationLatitude=52,52\r\n"), std::string::npos);
+    EXPECT_EQ(text.find("ApplyCommand"), std::string::npos);
+}
+
 TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
     AppSettings s;
     MainWindowPlan plan = PlanMainWindow(s); // defaults: maximized
@@ -92,6 +130,26 @@ TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
 
     s.StartupMode = 7;
     EXPECT_TRUE(PlanMainWindow(s).shown_as_loaded);
+}
+
+// Maximized and minimized start-ups are written back at quit as the next start expects:
+// maximized is the state and the state to restore to; minimized keeps the last state.
+TEST(AppSetup, TheStartUpStateIsWrittenBackAtQuit) {
+    for (int mode : {2, 0}) {
+        test::TempDir dir;
+        const std::string path = dir.File("Tessarolle.INI");
+        test::WriteFileBytes(path, "[General]\r\nStartupMode=" + std::to_string(mode) +
+                                       "\r\nStartupState=0\r\nStartupLastNonMinimizedState=0\r\n");
+        ScriptedUI ui;
+        Application app(ui, dir.Path());
+        ASSERT_EQ(Main(app), 0);
+        ASSERT_TRUE(RequestQuit(app));
+        const std::string text = ReadFileBytes(path);
+        EXPECT_NE(text.find(mode == 2 ? "StartupState=2\r\n" : "StartupState=0\r\n"),
+                  std::string::npos)
+            << text;
+        EXPECT_NE(text.find("StartupLastNonMinimizedState=2\r\n"), std::string::npos) << text;
+    }
 }
 
 TEST(AppSetup, StartUpHandsTheStationAndTheZoneNamesToTheTimeServices) {

@@ -288,6 +288,34 @@ TEST_F(CanvasFileTest, UnusableNumbersTakeTheirDefaultsAndSayWhere) {
     EXPECT_NE(ReadFileBytes(path).find("[Unknown]\r\nWhatever=1\r\n"), std::string::npos);
 }
 
+// One warning per key no setting reads, in a section the canvas knows; other sections are
+// the user's own business, and the file keeps the key for them to mend.
+TEST_F(CanvasFileTest, AMisspeltKeyIsWarnedOnceAndLeftInTheFile) {
+    const std::string path = dir_.File("typo.can");
+    WriteFileBytes(path, "[General]\r\nName=Roof\r\nNmae=Roof\r\n"
+                         "[FixedCaptureSchedule]\r\nStartMode=1\r\n"
+                         "[Text001]\r\nEnabled=True\r\nLocatoinX=5\r\n"
+                         "[Text002]\r\nLocatoinX=5\r\n"
+                         "[Graphic003]\r\nEnabled=True\r\nTransparentColorCount=2\r\n"
+                         "TransparentColorTable002=&H00FF00\r\nTransparentColorTolerance002=4\r\n"
+                         "[Notes]\r\nWhatever=1\r\n");
+    testing::internal::CaptureStderr();
+    Canvas canvas(1, sun_);
+    canvas.SetFileName(path);
+    canvas.LoadFile();
+    const std::string warnings = testing::internal::GetCapturedStderr();
+
+    const std::string typo = "'" + path + "' [Text001] LocatoinX: no setting has this key";
+    ASSERT_NE(warnings.find(typo), std::string::npos) << warnings;
+    EXPECT_EQ(warnings.find(typo, warnings.find(typo) + 1), std::string::npos) << warnings;
+    EXPECT_NE(warnings.find("[General] Nmae: no setting"), std::string::npos) << warnings;
+    for (const char* quiet : {"Text002", "Graphic003", "Notes", "FixedCaptureSchedule"})
+        EXPECT_EQ(warnings.find(quiet), std::string::npos) << quiet;
+    EXPECT_EQ(canvas.Graphic(3)->TransparentColorEntry(2).tolerance, 4);
+    EXPECT_NE(ReadFileBytes(path).find("[Text001]\r\nEnabled=True\r\nLocatoinX=5\r\n"),
+              std::string::npos);
+}
+
 TEST_F(CanvasFileTest, BackslashPathsAreKeptAndConvertedOnlyToOpenTheFile) {
     std::filesystem::create_directory(dir_.File("cams"));
     Canvas canvas(2, sun_);

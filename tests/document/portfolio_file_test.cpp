@@ -187,5 +187,28 @@ TEST_F(PortfolioFileTest, ChangesAnywhereMakeItNeedSavingAndSavingCanvasesClears
     EXPECT_THROW(portfolio.VideoFeed(10), TessError);
 }
 
+TEST(PortfolioFile, AMisspeltKeyIsWarnedAndFeedKeysAreKnownUnderEveryNumber) {
+    test::TempDir dir;
+    test::FixedSun sun;
+    const std::string path = dir.File("typo.por");
+    WriteFileBytes(path, "[VideoFeeds]\r\nFeed7Name=Cam\r\nFeed7MotionSaveFixed=True\r\n"
+                         "Feed7MotionSaveFixd=True\r\nFeedXName=Cam\r\n"
+                         "[Scripting]\r\nAllowIntervall=True\r\n[Canvas05]\r\nFile=x.can\r\n");
+    testing::internal::CaptureStderr();
+    Portfolio portfolio(sun);
+    portfolio.SetFileName(path);
+    portfolio.LoadFile();
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    for (const char* where : {"[VideoFeeds] Feed7MotionSaveFixd:", "[VideoFeeds] FeedXName:",
+                              "[Scripting] AllowIntervall:", "[Canvas05] File:"}) {
+        EXPECT_NE(warnings.find("'" + path + "' " + std::string(where)), std::string::npos)
+            << where << "\n"
+            << warnings;
+    }
+    EXPECT_EQ(warnings.find("Feed7MotionSaveFixed:"), std::string::npos);
+    EXPECT_EQ(warnings.find("Feed7Name:"), std::string::npos);
+    EXPECT_TRUE(portfolio.VideoFeed(7).MotionDetect().SaveFixed());
+}
+
 } // namespace
 } // namespace tess

@@ -116,6 +116,11 @@ TEST_F(ScheduleTest, SettersClampAndMarkOnlyRealChanges) {
     schedule_.SetNeedsSaving(false);
     schedule_.SetStartMode(2);
     EXPECT_FALSE(schedule_.NeedsSaving());
+    // A value that clamps to the stored one is an equal value: nothing changes.
+    schedule_.SetStartMode(5);
+    schedule_.SetStartSunriseOffset(-2000);
+    schedule_.SetStartAbsoluteTime(3.5);
+    EXPECT_FALSE(schedule_.NeedsSaving());
 
     schedule_.Reset();
     EXPECT_EQ(schedule_.StartMode(), 0);
