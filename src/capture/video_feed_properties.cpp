@@ -70,8 +70,8 @@ PropertyTable<MotionDetect> MakeMotionTable() {
             .Means("no trigger when more than this share of the picture changed at once; 0 off")
             .Access(&M::LightChangeGuard, &M::SetLightChangeGuard),
         P("TriggerCommand", "", "TriggerCommand", T::String, "")
-            .Means("command run at each trigger (%f feed, %s %c %p %t %% placeholders); empty: "
-                   "none")
+            .Means("shell command run at each trigger: %f feed number from 1, %s saved files, %c "
+                   "coverage, %p coverage in percent, %t trigger time; empty: none")
             .Access(&M::TriggerCommand, &M::SetTriggerCommand),
         P("TriggerCommandTimeLimit", "", "TriggerCommandTimeLimit", T::Integer, "30")
             .Range(1, 3600)

@@ -84,8 +84,8 @@ bool Canvas::SaveFile() {
         NoteWrite(CanvasProperties().Save(*this, IniPlace{&ini_, {}, {}}));
         // The server key is optional: written when set, or to clear one the file holds.
         const std::string& key = ftp_push_.ServerKey();
-        if (!key.empty() || !ini_.GetKey(kFTPPush, "ServerKey", WriteDefault::No, "").empty())
-            NoteWrite(ini_.SetKey(kFTPPush, "ServerKey", key));
+        if (!key.empty() || !ini_.GetKey("FTPPush", "ServerKey", WriteDefault::No, "").empty())
+            NoteWrite(ini_.SetKey("FTPPush", "ServerKey", key));
         SaveText();
         SaveGraphics();
         NoteWrite(batch.Commit());
