@@ -129,9 +129,11 @@ TEST_F(WebServerTest, KeepAliveServesSeveralRequestsOnOneConnection) {
 }
 
 TEST_F(WebServerTest, AFullPoolRefusesUntilAMemberHasBeenIdleFiveSeconds) {
+    // Several clients, each within its share of the pool, fill it together.
     std::vector<ClientSocket> holders;
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
-        holders.emplace_back(port);
+        const std::string from = "127.0.2." + std::to_string(1 + i / WebServer::kMaxPerClient);
+        holders.emplace_back(port, 0, from.c_str());
         ASSERT_TRUE(holders.back().Connected());
     }
     ASSERT_TRUE(WaitForMembersInUse(WebServer::kPoolSize));
