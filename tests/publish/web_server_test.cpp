@@ -129,9 +129,12 @@ TEST_F(WebServerTest, KeepAliveServesSeveralRequestsOnOneConnection) {
 }
 
 TEST_F(WebServerTest, AFullPoolRefusesUntilAMemberHasBeenIdleFiveSeconds) {
+    // From four other client addresses, each within its share of the pool.
+    const char* sources[] = {"127.0.0.2", "127.0.0.3", "127.0.0.4", "127.0.0.5"};
+    static_assert(WebServer::kPoolSize <= 4 * WebServer::kMaxPerClient);
     std::vector<ClientSocket> holders;
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
-        holders.emplace_back(port);
+        holders.emplace_back(port, 0, sources[i * 4 / WebServer::kPoolSize]);
         ASSERT_TRUE(holders.back().Connected());
     }
     ASSERT_TRUE(WaitForMembersInUse(WebServer::kPoolSize));
