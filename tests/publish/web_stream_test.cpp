@@ -217,6 +217,47 @@ TEST_F(WebStreamTest, WaitingForPicturesIsNotIdleButAStalledStreamIsClosed) {
     EXPECT_TRUE(stalled.Socket().WaitClosed(Millis(3000)));
 }
 
+TEST_F(WebStreamTest, StreamsHoldTheirMembersButCountAgainstPoolAndShare) {
+    StreamClient viewer(port, "Canvas01.mjpg");
+    ASSERT_TRUE(viewer.Header());
+    ASSERT_TRUE(viewer.NextPart());
+    // The rest of the pool taken from other addresses, each within its share.
+    const char* sources[] = {"127.0.0.2", "127.0.0.3", "127.0.0.4", "127.0.0.5"};
+    std::vector<ClientSocket> holders;
+    for (int i = 1; i < WebServer::kPoolSize; ++i)
+        holders.emplace_back(port, 0, sources[i * 4 / WebServer::kPoolSize]);
+    ASSERT_TRUE(WaitForMembersInUse(WebServer::kPoolSize));
+
+    // Every member was taken more than five seconds ago: a newcomer takes a holder's place,
+    // not the stream's, though the stream was taken first.
+    Advance(6);
+    ClientSocket late(port);
+    late.Send(GetRequest("index.htm"));
+    auto response = late.ReadResponse();
+    ASSERT_TRUE(response);
+    EXPECT_EQ(BodyOf(*response), "<html>index</html>");
+    thread->OnLoop([this] {
+        canvas.PictureRecomposed(now.load());
+        return 0;
+    });
+    ASSERT_TRUE(viewer.NextPart());
+    holders.clear();
+    ASSERT_TRUE(WaitForMembersInUse(1));
+
+    // One client's streams are its share at most: past it, its oldest gives way.
+    std::vector<StreamClient> own;
+    own.reserve(WebServer::kMaxPerClient);
+    for (int i = 1; i < WebServer::kMaxPerClient; ++i) {
+        own.emplace_back(port, "Canvas01.mjpg");
+        ASSERT_TRUE(own.back().Header());
+    }
+    ASSERT_TRUE(WaitForMembersInUse(WebServer::kMaxPerClient));
+    StreamClient one_more(port, "Canvas01.mjpg");
+    ASSERT_TRUE(one_more.Header());
+    EXPECT_TRUE(viewer.Socket().WaitClosed(Millis(3000)));
+    EXPECT_TRUE(WaitForMembersInUse(WebServer::kMaxPerClient));
+}
+
 TEST_F(WebStreamTest, TheStreamFollowsTheSchedule) {
     // Closed: the off-air picture is the answer, as for the plain picture.
     thread->OnLoop([this] {
