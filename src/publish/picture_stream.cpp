@@ -44,17 +44,6 @@ void PictureStream::WakeAll() {
     }
 }
 
-std::string StreamResponseHeader(std::string_view date) {
-    return fmt::format("HTTP/1.1 200 OK\r\nServer: Tessarolle Web Server\r\nDate: {}\r\n"
-                       "Content-Type: multipart/x-mixed-replace; boundary={}\r\n"
-                       "Pragma: no-cache\r\n"
-                       "cache-control: no-cache, must-revalidate\r\n"
-                       "Cache-control: no-cache, must-revalidate\r\n"
-                       "Expires: Mon, 26 Jul 1997 05:00:00 GMT\r\n"
-                       "Connection: close\r\n\r\n",
-                       date, PictureStream::kBoundary);
-}
-
 std::string StreamEnd() {
     return fmt::format("--{}--\r\n", PictureStream::kBoundary);
 }

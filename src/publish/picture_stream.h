@@ -66,8 +66,6 @@ private:
     std::vector<std::pair<int, Wakeup>> viewers_;
 };
 
-// The answer's header that opens a stream, before any part.
-std::string StreamResponseHeader(std::string_view date);
 // The closing boundary that ends a stream.
 std::string StreamEnd();
 // The boundary and header lines before a part's `length` bytes.

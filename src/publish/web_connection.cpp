@@ -144,7 +144,7 @@ void WebConnection::StartStream(const WebReplyContext& context, CanvasWebServer&
         if (io->owner && !io->owner->sending_) io->owner->NextStreamStep();
     });
     WebReply reply;
-    reply.header = StreamResponseHeader(context.date);
+    reply.header = StreamResponseHeader(context.date, PictureStream::kBoundary);
     Send(std::move(reply));
     if (io_ == io) ReadMore();
 }
@@ -161,23 +161,26 @@ void WebConnection::NextStreamStep() {
     case StreamPhase::Live:
         break;
     }
-    if (stream_->Ended()) {
-        // The off-schedule picture is the last thing a viewer sees, when there is one.
-        WebFile last;
-        if (!stream_->LastFile().empty()) last = WebFile::Open(web_path_, stream_->LastFile());
-        if (!last.IsOpen()) {
-            stream_phase_ = StreamPhase::Closing;
-            reply.header = StreamEnd();
-            return Send(std::move(reply));
-        }
-        stream_phase_ = StreamPhase::LastPart;
-        reply.header = StreamPartHeader(ContentTypeFor(stream_->LastFile()), last.Size());
-        reply.file = std::move(last);
-        return Send(std::move(reply));
-    }
+    if (stream_->Ended()) return SendStreamEnd();
     if (!stream_->Part() || stream_->Revision() == stream_revision_) return; // fed; waits
     stream_revision_ = stream_->Revision();
     reply.picture = stream_->Part();
+    Send(std::move(reply));
+}
+
+// The off-schedule picture is the last thing a viewer sees, when there is one.
+void WebConnection::SendStreamEnd() {
+    WebReply reply;
+    WebFile last;
+    if (!stream_->LastFile().empty()) last = WebFile::Open(web_path_, stream_->LastFile());
+    if (!last.IsOpen()) {
+        stream_phase_ = StreamPhase::Closing;
+        reply.header = StreamEnd();
+        return Send(std::move(reply));
+    }
+    stream_phase_ = StreamPhase::LastPart;
+    reply.header = StreamPartHeader(ContentTypeFor(stream_->LastFile()), last.Size());
+    reply.file = std::move(last);
     Send(std::move(reply));
 }
 

@@ -73,6 +73,7 @@ private:
     void Respond(const WebReplyContext& context, const std::string& path);
     void StartStream(const WebReplyContext& context, CanvasWebServer& canvas);
     void NextStreamStep();
+    void SendStreamEnd();
     void Send(WebReply reply);
     void Write();
     void Socket_SendComplete();
