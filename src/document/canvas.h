@@ -262,7 +262,8 @@ private:
     void NoteHidden(CanvasItem& item);
     bool UpdateTexts(const CompositionServices& services, bool reload);
     bool UpdateGraphics(const CompositionServices& services, bool reload);
-    void RebuildLayers();
+    // False when nothing changed, so the picture is the one already shown.
+    bool RebuildLayers();
     void DrawLayer(std::int32_t index, DIB& layer);
     void MergeShadows(DIB& layer, std::int32_t index);
     void SaveFixed(const std::vector<std::uint8_t>& jpeg);

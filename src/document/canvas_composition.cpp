@@ -74,7 +74,8 @@ bool Canvas::UpdateImage(const CompositionServices& services) {
     const bool reload = layers_.ReloadPending();
     layer_used_.fill(false);
     if (!UpdateTexts(services, reload) || !UpdateGraphics(services, reload)) return false;
-    RebuildLayers();
+    // The live stream shows each new picture, and only new ones.
+    if (RebuildLayers()) web_server_.PictureRecomposed(services.now);
     return true;
 }
 
@@ -146,9 +147,9 @@ bool Canvas::UpdateGraphics(const CompositionServices& services, bool reload) {
 // the highest layer in use beneath it (or from the background colour). A layer's picture is
 // kept only once a change above it has shown it is worth keeping: a clock on the top layer
 // keeps the picture beneath it, while layers that only ever change together share one bitmap.
-void Canvas::RebuildLayers() {
+bool Canvas::RebuildLayers() {
     const int from = layers_.FirstToRebuild();
-    if (from == CanvasLayers::kLayers && layers_.Top() >= 0) return;
+    if (from == CanvasLayers::kLayers && layers_.Top() >= 0) return false;
     int top = -1, below_from = -1;
     for (int k = 0; k < CanvasLayers::kLayers; ++k) {
         if (!layer_used_[k]) continue;
@@ -194,6 +195,7 @@ void Canvas::RebuildLayers() {
         if (k != top && !(layer_used_[k] && layers_.Kept(k))) layers_.Layer(k).SetWidthHeight(0, 0);
     layers_.SetTop(top);
     layers_.ClearFlags();
+    return true;
 }
 
 void Canvas::AddTextAndGraphicLayer(std::int32_t index) {

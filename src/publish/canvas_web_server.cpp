@@ -22,8 +22,17 @@ bool CanvasWebServer::EncodingDue(double now) const {
     return elapsed > interval_ / kSecondsPerDay || elapsed < 0;
 }
 
+CanvasWebServer::~CanvasWebServer() {
+    stream_->SetSchedule(nullptr, {});
+    stream_->End();
+}
+
 const JpegBytes& CanvasWebServer::JPEGData(double now) {
-    if (!EncodingDue(now)) return jpeg_;
+    if (EncodingDue(now)) Encode(now);
+    return jpeg_;
+}
+
+void CanvasWebServer::Encode(double now) {
     std::vector<std::uint8_t> bytes;
     if (picture_) {
         const DIB& picture = picture_();
@@ -35,12 +44,35 @@ const JpegBytes& CanvasWebServer::JPEGData(double now) {
         if (!jpeg_->empty()) jpeg_ = std::make_shared<const WebPicture>();
         answer_.reset();
         last_modified_ = 0;
-        return jpeg_;
+        return;
     }
     jpeg_ = std::make_shared<const WebPicture>(std::move(bytes));
     answer_.reset();
     last_modified_ = now;
-    return jpeg_;
+}
+
+void CanvasWebServer::PictureRecomposed(double now) {
+    if (!stream_->HasViewers()) {
+        stream_stale_ = true;
+        return;
+    }
+    PublishToStream(now);
+}
+
+std::shared_ptr<PictureStream> CanvasWebServer::StartStream(double now) {
+    // The schedule is looked up at the time of each check, so later changes to it count.
+    stream_->SetSchedule([this](double at) { return schedule_.EnableNow(at); }, off_schedule_file_);
+    stream_->Reopen();
+    if (StreamStartDue()) PublishToStream(now);
+    return stream_;
+}
+
+// One encoding per picture, shared by the stream's viewers and the plain picture requests.
+void CanvasWebServer::PublishToStream(double now) {
+    if (!schedule_.EnableNow(now)) return stream_->End(off_schedule_file_);
+    Encode(now);
+    stream_stale_ = false;
+    stream_->Publish(*jpeg_);
 }
 
 JpegBytes CanvasWebServer::WholeAnswer(const std::string& header) {
@@ -64,6 +96,7 @@ void CanvasWebServer::Reset() {
     jpeg_ = std::make_shared<const WebPicture>();
     answer_.reset();
     last_modified_ = 0;
+    stream_stale_ = true;
 }
 
 } // namespace tess

@@ -5,6 +5,7 @@
 // while its daily window is closed, and that window. It also keeps the encoded picture, so
 // that many requests in a short time cost one encoding.
 
+#include "publish/picture_stream.h"
 #include "publish/web_picture.h"
 #include "settings/limit.h"
 #include "time/schedule.h"
@@ -24,6 +25,10 @@ public:
     static constexpr double kMaxInterval = 60;
 
     explicit CanvasWebServer(SunTimes& sun) : schedule_(sun) {}
+    // Viewers of the live stream finish when their canvas goes away.
+    ~CanvasWebServer();
+    CanvasWebServer(const CanvasWebServer&) = delete;
+    CanvasWebServer& operator=(const CanvasWebServer&) = delete;
 
     bool Enabled() const { return enabled_; }
     void SetEnabled(bool value) { Mark(StoreIfChanged(enabled_, value)); }
@@ -71,6 +76,18 @@ public:
     // Would JPEGData(now) encode?
     bool EncodingDue(double now) const;
 
+    // The live stream of this canvas: the canvas calls PictureRecomposed each time it draws
+    // a new picture, and while anyone watches, that picture is encoded once (it becomes the
+    // kept picture, whatever Interval says) and sent to every viewer. Outside the schedule
+    // the stream ends.
+    void PictureRecomposed(double now);
+    // A new viewer's stream, with a part to start from: the kept picture when it is the
+    // canvas's newest, else a fresh encoding.
+    std::shared_ptr<PictureStream> StartStream(double now);
+    // Would StartStream(now) encode?
+    bool StreamStartDue() const { return !stream_->Part() || stream_stale_; }
+    const PictureStream& Stream() const { return *stream_; }
+
     // Every default back, the schedule all day, the kept picture dropped.
     void Reset();
 
@@ -82,6 +99,8 @@ public:
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }
+    void Encode(double now);
+    void PublishToStream(double now);
 
     bool enabled_ = false;
     std::string file_name_;
@@ -97,6 +116,8 @@ private:
     JpegBytes answer_; // the kept picture behind `answer_header_`
     std::string answer_header_;
     double last_modified_ = 0;
+    std::shared_ptr<PictureStream> stream_ = std::make_shared<PictureStream>();
+    bool stream_stale_ = false; // recomposed while nobody watched
 };
 
 } // namespace tess

@@ -27,6 +27,11 @@ public:
     // Sends what the socket takes now. `progressed` tells whether any byte went.
     Step SendSome(int socket, bool& progressed);
 
+    // Bytes of the answer kept in memory for sending (a file's bytes stay in the file).
+    std::size_t HeldBytes() const {
+        return reply_.header.size() + (reply_.picture ? reply_.picture->size() : 0);
+    }
+
 private:
     std::uint64_t BodySize() const;
     Step SendHeader(int socket, bool& progressed);

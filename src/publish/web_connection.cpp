@@ -1,7 +1,9 @@
 #include "publish/web_connection.h"
 
+#include "publish/picture_stream.h"
 #include "publish/response_sender.h"
 #include "publish/web_request.h"
+#include "publish/web_response.h"
 #include "publish/web_server.h"
 
 #include <array>
@@ -52,6 +54,11 @@ void WebConnection::TakeConnection(asio::ip::tcp::socket socket, double now) {
 }
 
 void WebConnection::ForceClose() {
+    if (stream_) {
+        stream_->Unsubscribe(stream_viewer_);
+        stream_.reset();
+    }
+    sending_ = false;
     if (io_) {
         io_->owner = nullptr;
         std::error_code ec;
@@ -76,6 +83,8 @@ void WebConnection::ReadMore() {
 }
 
 void WebConnection::Socket_DataArrival(std::size_t bytes) {
+    // A stream's client has nothing more to ask; reading only tells when it leaves.
+    if (Streaming()) return ReadMore();
     buffer_.append(io_->input.data(), bytes);
     ProcessBuffer();
 }
@@ -103,7 +112,7 @@ void WebConnection::Answer(const std::string& path) {
     server_.NotifyWebRequest(address_, path);
     if (io_ != io) return; // the script's handler closed this connection or the server
     WebReplyContext context = server_.ReplyContext(*this);
-    if (!AnswerNeedsEncoding(context, path)) return Send(AnswerWebRequest(context, path));
+    if (!AnswerNeedsEncoding(context, path)) return Respond(context, path);
     held_ = true;
     held_path_ = path;
     server_.HoldForEncoding(*this);
@@ -112,11 +121,82 @@ void WebConnection::Answer(const std::string& path) {
 void WebConnection::AnswerHeldRequest() {
     if (!held_) return; // closed meanwhile
     held_ = false;
-    Send(AnswerWebRequest(server_.ReplyContext(*this), held_path_));
+    Respond(server_.ReplyContext(*this), held_path_);
+}
+
+void WebConnection::Respond(const WebReplyContext& context, const std::string& path) {
+    CanvasWebServer* streamed = StreamedCanvas(context, path);
+    if (streamed && streamed->Schedule().EnableNow(context.now))
+        return StartStream(context, *streamed);
+    Send(AnswerWebRequest(context, path));
+}
+
+// The stream's header goes first; each part after it is the newest picture when the one
+// before has gone out, so a slow client skips pictures rather than queueing them.
+void WebConnection::StartStream(const WebReplyContext& context, CanvasWebServer& canvas) {
+    keep_alive_ = false;
+    buffer_.clear();
+    stream_ = canvas.StartStream(context.now);
+    stream_revision_ = 0;
+    stream_phase_ = StreamPhase::Live;
+    auto io = io_;
+    stream_viewer_ = stream_->Subscribe([io] {
+        if (io->owner && !io->owner->sending_) io->owner->NextStreamStep();
+    });
+    WebReply reply;
+    reply.header = StreamResponseHeader(context.date, PictureStream::kBoundary);
+    Send(std::move(reply));
+    if (io_ == io) ReadMore();
+}
+
+void WebConnection::NextStreamStep() {
+    WebReply reply;
+    switch (stream_phase_) {
+    case StreamPhase::Closing:
+        return ForceClose();
+    case StreamPhase::LastPart:
+        stream_phase_ = StreamPhase::Closing;
+        reply.header = "\r\n" + StreamEnd();
+        return Send(std::move(reply));
+    case StreamPhase::Live:
+        break;
+    }
+    if (stream_->Ended()) return SendStreamEnd();
+    if (!stream_->Part() || stream_->Revision() == stream_revision_) return; // fed; waits
+    stream_revision_ = stream_->Revision();
+    reply.picture = stream_->Part();
+    Send(std::move(reply));
+}
+
+// The off-schedule picture is the last thing a viewer sees, when there is one.
+void WebConnection::SendStreamEnd() {
+    WebReply reply;
+    WebFile last;
+    if (!stream_->LastFile().empty()) last = WebFile::Open(web_path_, stream_->LastFile());
+    if (!last.IsOpen()) {
+        stream_phase_ = StreamPhase::Closing;
+        reply.header = StreamEnd();
+        return Send(std::move(reply));
+    }
+    stream_phase_ = StreamPhase::LastPart;
+    reply.header = StreamPartHeader(ContentTypeFor(stream_->LastFile()), last.Size());
+    reply.file = std::move(last);
+    Send(std::move(reply));
+}
+
+void WebConnection::CheckStreamSchedule(double now) {
+    if (stream_) stream_->CheckSchedule(now);
+}
+
+std::size_t WebConnection::HeldBytes() const {
+    return io_ && sending_ ? io_->sender.HeldBytes() : 0;
 }
 
 void WebConnection::Send(WebReply reply) {
     io_->sender = ResponseSender(std::move(reply));
+    sending_ = true;
+    // A stream's part starts the stall clock afresh: waiting for a picture is not idling.
+    if (Streaming()) NoteProgress();
     Write();
 }
 
@@ -143,6 +223,8 @@ void WebConnection::Write() {
 void WebConnection::Socket_SendComplete() {
     last_progress_time_ = server_.Now();
     io_->sender = ResponseSender();
+    sending_ = false;
+    if (Streaming()) return NextStreamStep();
     if (!keep_alive_) return ForceClose();
     if (buffer_.empty()) return ReadMore();
     // A pipelined request is answered from the loop, not from inside this answer's call.

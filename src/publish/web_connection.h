@@ -15,6 +15,8 @@
 
 namespace tess {
 
+class CanvasWebServer;
+class PictureStream;
 class WebServer;
 
 class WebConnection {
@@ -51,6 +53,16 @@ public:
     // The server's turn for a request held back because its answer encodes a picture.
     void AnswerHeldRequest();
 
+    // Sending a canvas's live stream. Such a member is not idle while it waits for the next
+    // picture; it is when its client has taken nothing of the part under way for a while.
+    bool Streaming() const { return stream_ != nullptr; }
+    bool StreamStalled() const { return Streaming() && sending_; }
+    // Ends the stream when the canvas's schedule has closed at `now`.
+    void CheckStreamSchedule(double now);
+    // Bytes held in memory for this member's answer under way: for a stream, at most the
+    // one part being sent, however many pictures its client did not take.
+    std::size_t HeldBytes() const;
+
 private:
     struct Io;
 
@@ -58,6 +70,10 @@ private:
     void Socket_DataArrival(std::size_t bytes);
     void ProcessBuffer();
     void Answer(const std::string& path);
+    void Respond(const WebReplyContext& context, const std::string& path);
+    void StartStream(const WebReplyContext& context, CanvasWebServer& canvas);
+    void NextStreamStep();
+    void SendStreamEnd();
     void Send(WebReply reply);
     void Write();
     void Socket_SendComplete();
@@ -76,6 +92,13 @@ private:
     bool held_ = false; // waiting in the server's queue of answers that encode
     std::string held_path_;
     std::shared_ptr<Io> io_;
+    bool sending_ = false; // an answer, or a stream's part, is under way
+
+    enum class StreamPhase { Live, LastPart, Closing };
+    std::shared_ptr<PictureStream> stream_;
+    int stream_viewer_ = 0;
+    std::uint64_t stream_revision_ = 0; // of the last part taken
+    StreamPhase stream_phase_ = StreamPhase::Live;
 };
 
 } // namespace tess

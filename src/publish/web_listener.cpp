@@ -26,6 +26,12 @@ bool NeedsPause(const std::error_code& ec) {
            ec == asio::error::no_memory;
 }
 
+// A stream waiting for its next picture is being fed, however long that takes; one whose
+// client has taken nothing of the part under way for `seconds` is idle.
+bool StreamIdle(const WebConnection& member, double now, double seconds) {
+    return member.StreamStalled() && LongerThan(member.LastProgressTime(), now, seconds);
+}
+
 } // namespace
 
 WebListener::WebListener(asio::io_context& loop, WebServer& server)
@@ -107,7 +113,11 @@ WebConnection* WebListener::MemberFor(double now, const std::string& address) {
     }
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
-        if (LongerThan(member.LastActivityTime(), now, WebServer::kReclaimSeconds)) {
+        const bool reclaimable =
+            member.Streaming()
+                ? StreamIdle(member, now, WebServer::kReclaimSeconds)
+                : LongerThan(member.LastActivityTime(), now, WebServer::kReclaimSeconds);
+        if (reclaimable) {
             member.ForceClose();
             return &member;
         }
@@ -142,8 +152,11 @@ void WebListener::SweepIdle() {
     double now = server_->Now();
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
-        if (member.State() == WebConnection::kInUse &&
-            LongerThan(member.LastProgressTime(), now, WebServer::kIdleSeconds)) {
+        if (member.State() != WebConnection::kInUse) continue;
+        if (member.Streaming()) {
+            member.CheckStreamSchedule(now);
+            if (StreamIdle(member, now, WebServer::kIdleSeconds)) member.ForceClose();
+        } else if (LongerThan(member.LastProgressTime(), now, WebServer::kIdleSeconds)) {
             member.ForceClose();
         }
     }

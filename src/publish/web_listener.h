@@ -2,8 +2,9 @@
 
 // The web server's listening socket: it accepts connections and hands each to a free pool
 // member, or to one idle long enough to be reclaimed, or refuses it; once a second it closes
-// members idle past the limit. Pending handlers hold the listener, so stopping it while they
-// are queued is safe.
+// members idle past the limit (a live stream only when its client stopped taking its parts)
+// and ends the streams whose schedule has closed. Pending handlers hold the listener, so
+// stopping it while they are queued is safe.
 
 #include <cstdint>
 #include <memory>

@@ -53,11 +53,23 @@ std::string_view WithoutQuery(std::string_view path) {
     return path.substr(0, path.find('?'));
 }
 
+constexpr std::string_view kStreamExtension = ".mjpg";
+
 } // namespace
 
+CanvasWebServer* StreamedCanvas(const WebReplyContext& context, std::string_view path) {
+    path = WithoutQuery(path);
+    if (path.size() <= kStreamExtension.size() || ServedCanvas(context, path)) return nullptr;
+    std::string_view stem = path.substr(0, path.size() - kStreamExtension.size());
+    if (!EqualsIgnoreCase(path.substr(stem.size()), kStreamExtension)) return nullptr;
+    return ServedCanvas(context, std::string(stem) + ".jpg");
+}
+
 bool AnswerNeedsEncoding(const WebReplyContext& context, std::string_view path) {
-    CanvasWebServer* canvas = ServedCanvas(context, WithoutQuery(path));
-    return canvas && canvas->EncodingDue(context.now);
+    if (CanvasWebServer* canvas = ServedCanvas(context, WithoutQuery(path)))
+        return canvas->EncodingDue(context.now);
+    CanvasWebServer* streamed = StreamedCanvas(context, path);
+    return streamed && streamed->StreamStartDue();
 }
 
 WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path) {
@@ -66,6 +78,8 @@ WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path)
         if (canvas->Schedule().EnableNow(context.now)) return PictureReply(context, *canvas);
         return FileReply(context, canvas->OffScheduleFile());
     }
+    if (CanvasWebServer* streamed = StreamedCanvas(context, path))
+        return FileReply(context, streamed->OffScheduleFile());
     if (!context.allow_non_canvas_serves) return NotFound(context);
     return FileReply(context, path);
 }

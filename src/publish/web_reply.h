@@ -33,9 +33,15 @@ struct WebReplyContext {
 
 // `path` is the request's path without its leading "/", the query still on it. A canvas
 // named by the path is served while its schedule is on and its off-schedule file (from the
-// web folder, whether or not other files are allowed) while it is off. Other paths are
-// files of the web folder when those are allowed; the empty path is "index.htm".
+// web folder, whether or not other files are allowed) while it is off; so is the name of its
+// stream while the schedule is off (while it is on, the connection streams instead). Other paths
+// are files of the web folder when those are allowed; the empty path is "index.htm".
 WebReply AnswerWebRequest(const WebReplyContext& context, std::string_view path);
+
+// The canvas whose live stream `path` names: its FileName with ".mjpg" in place of ".jpg",
+// matched ignoring case as the picture's name is. Null for any other path, and when a canvas
+// serves a picture under that very name (the picture comes first).
+CanvasWebServer* StreamedCanvas(const WebReplyContext& context, std::string_view path);
 
 // True when answering `path` would encode a canvas picture first: milliseconds of work, which
 // the server spreads out so that its timers keep running.

@@ -123,6 +123,18 @@ std::string JpegResponseHeader(std::string_view date, std::string_view last_modi
     return out;
 }
 
+std::string StreamResponseHeader(std::string_view date, std::string_view boundary) {
+    std::string out;
+    out.reserve(352);
+    AppendStatusServerDate(out, "HTTP/1.1 200 OK", date);
+    out += "Content-Type: multipart/x-mixed-replace; boundary=";
+    out += boundary;
+    out += "\r\n";
+    out += kNoCacheLines;
+    out += "Connection: close\r\n\r\n";
+    return out;
+}
+
 std::string NotFoundResponse(std::string_view date) {
     std::string out;
     out.reserve(128);

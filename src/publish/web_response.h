@@ -33,6 +33,9 @@ std::string FileResponseHeader(std::string_view date, std::string_view content_t
 // The same for a canvas picture: image/jpeg, with Last-Modified before the length.
 std::string JpegResponseHeader(std::string_view date, std::string_view last_modified,
                                std::uint64_t length);
+// The header that opens a live stream, before its first part: multipart/x-mixed-replace
+// with `boundary`, no length, and the connection closed at its end.
+std::string StreamResponseHeader(std::string_view date, std::string_view boundary);
 // "HTTP/1.0 404 Not Found" with an empty body.
 std::string NotFoundResponse(std::string_view date);
 

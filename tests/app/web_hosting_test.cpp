@@ -7,6 +7,7 @@
 #include "app/scripted_ui.h"
 #include "document/portfolio.h"
 #include "imaging/bmp_writer.h"
+#include "imaging/jpeg.h"
 #include "imaging/picture_decoders.h"
 #include "publish/quadrants_picture.h"
 #include "support/run_process.h"
@@ -99,6 +100,57 @@ TEST_F(WebHosting, TheLoadedPortfolioServesItsCanvasToABrowser) {
     }
     // Unloading the portfolio stopped the server.
     EXPECT_FALSE(test::ClientSocket(port).Connected());
+}
+
+// The stream follows the running program's canvas: a clock that shows seconds recomposes
+// it every second, and every change arrives as a new whole picture.
+TEST_F(WebHosting, TheCanvasStreamShowsEachRecomposition) {
+    std::uint16_t port = FreePort();
+    WriteSite(dir, port);
+    test::WriteFileBytes(dir.File("cam.can"),
+                         test::ReadFileBytes(dir.File("cam.can")) +
+                             "[Text001]\r\nEnabled=True\r\nText=<TIME>\r\nFontName=DejaVu Sans\r\n"
+                             "FontSize=20\r\nColor=&HFFFFFF\r\nLayer=3\r\nInterval=1\r\n");
+    Application app(ui, ".");
+    ASSERT_EQ(Main(app), 0);
+    {
+        test::LoopThread thread(app.Loop());
+        test::ClientSocket viewer(port);
+        ASSERT_TRUE(viewer.Send(test::GetRequest("CANVAS01.MJPG")));
+        std::string bytes;
+        const std::string boundary = "--tessarolleframe\r\n";
+        // Header, then three parts: at least two recompositions by the clock.
+        for (int tries = 0; tries < 160; ++tries) {
+            bytes += viewer.ReadFor(test::Millis(50));
+            std::size_t parts = 0;
+            for (std::size_t at = bytes.find(boundary); at != std::string::npos;
+                 at = bytes.find(boundary, at + 1))
+                ++parts;
+            if (parts >= 4) break; // the fourth boundary closes the third part
+        }
+        ASSERT_NE(bytes.find("multipart/x-mixed-replace"), std::string::npos);
+        std::vector<std::string> pictures;
+        for (std::size_t at = bytes.find(boundary); at != std::string::npos;) {
+            std::size_t head_end = bytes.find("\r\n\r\n", at);
+            std::size_t next = bytes.find(boundary, at + 1);
+            if (head_end == std::string::npos || next == std::string::npos) break;
+            pictures.push_back(bytes.substr(head_end + 4, next - head_end - 6));
+            at = next;
+        }
+        ASSERT_GE(pictures.size(), 3u);
+        for (const std::string& jpeg : pictures) {
+            DIB decoded;
+            ASSERT_TRUE(DecodeJpegIntoDIB(
+                {reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()}, decoded));
+            EXPECT_EQ(decoded.Width(), 320);
+            EXPECT_EQ(decoded.Height(), 240);
+        }
+        EXPECT_NE(pictures[1], pictures[2]); // the seconds moved on
+        thread.OnLoop([&] {
+            modMain_Shutdown(app);
+            return 0;
+        });
+    }
 }
 
 TEST_F(WebHosting, ABusyPortIsShownAndTheServerStaysOff) {
