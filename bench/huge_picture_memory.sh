@@ -28,7 +28,7 @@ PY
 
 site() { # $1: picture file
     printf '[Canvas01]\r\nFileName=big.can\r\n' > site.por
-    printf '[General]\r\nName=Big\r\nWidth=640\r\nHeight=480\r\n[Graphic001]\r\nEnabled=True\r\nSourceType=1\r\nSourceFileName=%s\r\nStretchEnabled=True\r\nStretchedWidth=640\r\nStretchedHeight=480\r\nInterval=1\r\n' "$1" > big.can
+    printf '[General]\r\nName=Big\r\nWidth=640\r\nHeight=480\r\n[Capture]\r\nFixedEnabled=True\r\nFixedRate=1\r\nFixedFileName=out.jpg\r\n[Graphic001]\r\nEnabled=True\r\nSourceType=1\r\nSourceFileName=%s\r\nStretched=True\r\nStretchedWidth=640\r\nStretchedHeight=480\r\nInterval=1\r\n' "$1" > big.can
 }
 
 measure() { # $1: picture, $2: limit ("" for the default)

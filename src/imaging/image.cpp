@@ -189,6 +189,10 @@ JpegResult Image::LoadPicture() {
     switch (result) {
     case JpegResult::Loaded:
         picture_.SetPicture(std::exchange(spare_, std::move(picture_.Pixels())), DIB());
+        // Only a frame-sized bitmap is worth keeping for the next one: a large picture kept
+        // aside would be a second full-size copy for as long as the item lives.
+        if (std::int64_t{spare_.Width()} * spare_.Height() > kMaxSparePixels)
+            spare_.SetWidthHeight(0, 0);
         MarkFrom(true, true);
         last_problem_.clear();
         break;
@@ -205,11 +209,16 @@ JpegResult Image::LoadPicture() {
     }
     case JpegResult::Refused:
     case JpegResult::Missing:
-        // The image stays; what follows it is rebuilt from it.
+    case JpegResult::TooLarge:
+        // The image stays; what follows it is rebuilt from it. A bitmap a failed decode took
+        // is given back at once.
+        spare_.SetWidthHeight(0, 0);
         MarkFrom(false, true);
         ReportLoadProblem(fmt::format("picture {}: {}; the last good picture stays", name,
                                       result == JpegResult::Missing ? "file not found"
-                                                                    : "not a readable JPEG file"));
+                                      : result == JpegResult::TooLarge
+                                          ? PictureStatusText(PictureStatus::TooLarge)
+                                          : "not a readable JPEG file"));
         break;
     }
     return result;

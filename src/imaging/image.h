@@ -188,7 +188,9 @@ private:
 
     // Bitmaps, each with its dirty flag.
     Picture picture_;
-    DIB spare_; // what the next JPEG frame is decoded into
+    // What the next JPEG frame is decoded into; kept between frames only up to this size.
+    static constexpr std::int64_t kMaxSparePixels = 2'000'000;
+    DIB spare_;
     DIB image_, cropped_, stretched_, rotated_;
     DIB cropped_alpha_, stretched_alpha_; // the source's opacity through crop and stretch
     DIB opacity_, rotated_opacity_, shadow_;

@@ -3,6 +3,7 @@
 #include "base/atomic_file.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "imaging/picture_decoders.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -83,6 +84,11 @@ JpegResult LoadJpegIntoDIB(std::string_view file_name, DIB& dib) {
     if (ReadWholeFile(path, bytes, kMaxJpegFileBytes) != ReadStatus::Ok) return JpegResult::Refused;
     std::span<const std::uint8_t> data(reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                        bytes.size());
+    // Checked before decoding: a progressive file takes memory for the whole picture's
+    // coefficients even when it turns out to be cut short.
+    int width = 0, height = 0;
+    if (JpegSize(data, width, height) && std::int64_t{width} * height > MaxPicturePixels())
+        return JpegResult::TooLarge;
     return DecodeJpegIntoDIB(data, dib) ? JpegResult::Loaded : JpegResult::Refused;
 }
 

@@ -15,10 +15,11 @@ namespace tess {
 
 // What LoadJpegIntoDIB made of a file; the numbers are the ones callers store and compare.
 enum class JpegResult : int {
-    NotJpeg = 0, // the name does not end in .JPG or .JPEG, or the codec could not start
-    Loaded = 1,  // the DIB holds the picture at its own size
-    Refused = 2, // unreadable, corrupt, truncated or too large
-    Missing = 3, // no such file
+    NotJpeg = 0,  // the name does not end in .JPG or .JPEG, or the codec could not start
+    Loaded = 1,   // the DIB holds the picture at its own size
+    Refused = 2,  // unreadable, corrupt, truncated or too large for a bitmap
+    Missing = 3,  // no such file
+    TooLarge = 4, // more pixels than MaxPicturePixels allows, refused before decoding
 };
 
 // True when the trimmed name ends in ".jpg" or ".jpeg", in any letter case.

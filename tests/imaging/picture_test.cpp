@@ -1,5 +1,7 @@
 #include "imaging/bitmaps.h"
+#include "imaging/jpeg.h"
 #include "imaging/picture.h"
+#include "imaging/picture_encoders.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 
@@ -217,6 +219,40 @@ TEST(Picture, BadFilesGiveAStatusAndLeaveThePictureAlone) {
     test::WriteFileBytes(dir.File("zero.bmp"), zero);
     EXPECT_EQ(picture.LoadFile(dir.File("zero.bmp")), PictureStatus::Empty);
     EXPECT_TRUE(test::SamePixels(picture.Pixels(), source));
+}
+
+} // namespace
+} // namespace tess
+
+namespace tess {
+namespace {
+
+// The program-wide pixel limit refuses a picture from its header, in every format and by
+// either way a file is read, and names the limit in its message.
+TEST(Picture, APictureOverThePixelLimitIsRefusedBeforeDecoding) {
+    test::TempDir dir;
+    DIB large(60, 50);
+    large.Clear(0x336699);
+    const std::vector<std::uint8_t> png = EncodePng(large), jpeg = EncodeJpeg(large, 80);
+    test::WriteFileBytes(dir.File("large.png"), std::string(png.begin(), png.end()));
+    test::WriteFileBytes(dir.File("large.jpg"), std::string(jpeg.begin(), jpeg.end()));
+
+    struct Restore {
+        ~Restore() { SetMaxPicturePixels(kDefaultMaxPicturePixels); }
+    } restore;
+    SetMaxPicturePixels(60 * 50 - 1);
+    Picture picture;
+    EXPECT_EQ(picture.LoadFile(dir.File("large.png")), PictureStatus::TooLarge);
+    EXPECT_EQ(picture.LoadBytes(jpeg), PictureStatus::TooLarge);
+    DIB decoded;
+    EXPECT_EQ(LoadJpegIntoDIB(dir.File("large.jpg"), decoded), JpegResult::TooLarge);
+    EXPECT_FALSE(decoded.HasBitmap());
+    EXPECT_NE(std::string(PictureStatusText(PictureStatus::TooLarge)).find("MaxPicturePixels"),
+              std::string::npos);
+
+    SetMaxPicturePixels(60 * 50);
+    EXPECT_EQ(picture.LoadFile(dir.File("large.png")), PictureStatus::Ok);
+    EXPECT_EQ(LoadJpegIntoDIB(dir.File("large.jpg"), decoded), JpegResult::Loaded);
 }
 
 } // namespace
