@@ -39,8 +39,10 @@ void PictureStream::Unsubscribe(int id) {
 // A wakeup may close its connection and so unsubscribe while the list is walked.
 void PictureStream::WakeAll() {
     std::vector<std::pair<int, Wakeup>> viewers = viewers_;
-    for (auto& [id, wakeup] : viewers) {
-        if (std::ranges::any_of(viewers_, [id](const auto& v) { return v.first == id; })) wakeup();
+    for (auto& viewer : viewers) {
+        const int id = viewer.first;
+        if (std::ranges::any_of(viewers_, [id](const auto& v) { return v.first == id; }))
+            viewer.second();
     }
 }
 
