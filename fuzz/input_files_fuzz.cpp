@@ -29,18 +29,29 @@ public:
     double Sunset() override { return 0.75; }
 };
 
-// Each run works in a folder of its own, so that names in a fuzzed file (a portfolio's
-// canvas files) can only reach files there.
+// Each input is loaded in a folder of its own, so that names in a fuzzed file (a portfolio's
+// canvas files) can only reach files there. The fuzzer's own folders are named relative to
+// where it started, so the folder is left again after each input.
 const std::string& WorkFolder() {
     static const std::string folder = [] {
         std::string base = std::filesystem::exists("/dev/shm") ? "/dev/shm" : "/tmp";
         std::string path = base + "/tess-fuzz-inputs-" + std::to_string(::getpid());
         std::filesystem::create_directories(path);
-        std::filesystem::current_path(path);
         return path;
     }();
     return folder;
 }
+
+class InWorkFolder {
+public:
+    InWorkFolder() : before_(std::filesystem::current_path()) {
+        std::filesystem::current_path(WorkFolder());
+    }
+    ~InWorkFolder() { std::filesystem::current_path(before_); }
+
+private:
+    std::filesystem::path before_;
+};
 
 std::string_view Text(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
@@ -113,11 +124,11 @@ void FontCacheFile(std::string_view bytes) {
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     tess::LogSetStderrLevel(tess::LogLevel::Error); // bad values are expected here
-    WorkFolder();
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    InWorkFolder in_folder;
     TESS_FUZZ_INPUT(Text(data, size));
     return 0;
 }
