@@ -939,17 +939,27 @@ private:
             u->op = IsSym(Cur(), "-") ? UnaryOp::Negate : UnaryOp::Plus;
             Next();
             if (!(u->operand = Unary())) return nullptr;
-            // A negated literal stays a literal, so "x = -1" compares as a literal does.
-            if (u->operand->kind == ExprKind::Constant && u->op == UnaryOp::Negate) {
-                auto c = Make<ConstantExpr>(Cur());
-                c->line = u->line;
-                c->column = u->column;
-                c->value = Negate(static_cast<ConstantExpr*>(u->operand.get())->value);
-                return c;
-            }
+            if (ExprPtr folded = FoldNegatedNumber(*u)) return folded;
             return u;
         }
         return Power();
+    }
+
+    // A negated number stays a literal, so "x = -1" compares as a literal does. Anything
+    // else, "-"abc"" among them, is left to fail when it runs, as it would in any script.
+    ExprPtr FoldNegatedNumber(const UnaryExpr& u) {
+        if (u.op != UnaryOp::Negate || u.operand->kind != ExprKind::Constant) return nullptr;
+        const Variant& value = static_cast<const ConstantExpr*>(u.operand.get())->value;
+        if (!value.IsNumeric()) return nullptr;
+        auto c = Make<ConstantExpr>(Cur());
+        c->line = u.line;
+        c->column = u.column;
+        try {
+            c->value = Negate(value);
+        } catch (const RuntimeError&) {
+            return nullptr;
+        }
+        return c;
     }
 
     ExprPtr Power() {

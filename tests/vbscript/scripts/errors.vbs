@@ -45,3 +45,6 @@ x = Null
 On Error Resume Next
 x = CStr(Null) : MsgBox Err.Number : Err.Clear
 ReDim arr(3) : MsgBox Err.Number : Err.Clear
+' A negated text is a run-time type mismatch, not a compile error.
+x = -"abc" : MsgBox Err.Number : Err.Clear
+MsgBox -"12"
