@@ -10,9 +10,11 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <cstdint>
 #include <cstring>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace tess {
 
@@ -39,12 +41,18 @@ std::string AvErrorText(int code) {
 
 } // namespace
 
+// swscale's vector code converts whole blocks of pixels and writes up to a block past a
+// row's last pixel (45 bytes measured for 16-pixel blocks); 32 pixels leaves a margin.
+constexpr int kScaleBlock = 32;
+constexpr std::size_t kScaleSlack = kScaleBlock * 4;
+
 struct FfmpegSession::State {
     AVFormatContext* format = nullptr;
     AVCodecContext* codec = nullptr;
     AVPacket* packet = nullptr;
     AVFrame* frame = nullptr;
     SwsContext* scaler = nullptr;
+    std::vector<std::uint8_t> scaled; // rows with room for swscale's whole blocks
     int stream = -1;
     const std::atomic<bool>* stop = nullptr;
     SteadyClock::time_point deadline;
@@ -132,7 +140,7 @@ bool FfmpegSession::Convert(RawFrame& out) {
     out.height = f->height;
     out.bytes_per_pixel = raw555 ? 2 : 3;
     // Room for the widened picture, so that 16-bit frames can be widened in place.
-    out.bytes.resize(RawFrame::Pitch(out.width, 3) * out.height);
+    out.bytes.resize(RawFrame::Pitch(out.width, 3) * out.height + kScaleSlack);
     const int pitch = static_cast<int>(out.Pitch());
     std::uint8_t* bottom_row_up =
         out.bytes.data() + static_cast<std::size_t>(pitch) * (f->height - 1);
@@ -147,9 +155,25 @@ bool FfmpegSession::Convert(RawFrame& out) {
                                     static_cast<AVPixelFormat>(f->format), f->width, f->height,
                                     AV_PIX_FMT_BGR24, SWS_POINT, nullptr, nullptr, nullptr);
     if (!s.scaler) return false;
-    // Rows written top-down from the last row in memory: a bottom-up bitmap without a flip.
-    std::uint8_t* planes[4] = {bottom_row_up, nullptr, nullptr, nullptr};
-    int strides[4] = {-pitch, 0, 0, 0};
+    // A width of whole blocks is written straight into the frame, top-down from its last row
+    // in memory: a bottom-up bitmap without a flip. Any other width would have each row's
+    // overrun land on the row written before it, so it goes through rows with room.
+    if (f->width % kScaleBlock == 0) return ScaleInto(bottom_row_up, -pitch);
+    const int room = (f->width + kScaleBlock - 1) / kScaleBlock * kScaleBlock * 3;
+    s.scaled.resize(static_cast<std::size_t>(room) * f->height + kScaleSlack);
+    if (!ScaleInto(s.scaled.data(), room)) return false;
+    for (int y = 0; y < f->height; ++y)
+        std::memcpy(bottom_row_up - static_cast<std::ptrdiff_t>(y) * pitch,
+                    s.scaled.data() + static_cast<std::ptrdiff_t>(y) * room,
+                    static_cast<std::size_t>(f->width) * 3);
+    return true;
+}
+
+bool FfmpegSession::ScaleInto(std::uint8_t* first_row, int stride) {
+    State& s = *state_;
+    const AVFrame* f = s.frame;
+    std::uint8_t* planes[4] = {first_row, nullptr, nullptr, nullptr};
+    int strides[4] = {stride, 0, 0, 0};
     return sws_scale(s.scaler, f->data, f->linesize, 0, f->height, planes, strides) == f->height;
 }
 

@@ -41,6 +41,7 @@ private:
 
     bool Open();
     bool Convert(RawFrame& out);
+    bool ScaleInto(std::uint8_t* first_row, int stride);
     void Pace(double seconds);
     SessionEnd Fail(const std::string& what, int code);
 

@@ -153,6 +153,24 @@ TEST(CameraStreams, TestSourceFramesArriveAndOnlyTheNewestIsKept) {
     EXPECT_LT(live.slowest_tick_ms, kTickBudgetMs);
 }
 
+// A width that is not a whole number of the converter's blocks: its rows overrun their end,
+// which must neither spill into the row beside it nor past the frame.
+TEST(CameraStreams, AnOddWidthFrameKeepsEveryRowIntact) {
+    LiveFeed live("lavfi:color=c=red:size=50x16:rate=25,format=yuvj422p,"
+                  "drawbox=x=0:y=0:w=8:h=16:c=blue:t=fill");
+    ASSERT_TRUE(live.TickUntil([&] { return live.feed.Valid(); }, 5000ms));
+    ASSERT_EQ(live.feed.Width(), 50);
+    for (int y = 0; y < 16; ++y) {
+        for (int x = 0; x < 50; ++x) {
+            if (x >= 6 && x < 10) continue; // the edge between the two colours is blurred
+            const std::uint8_t* p = live.feed.DIB().scanline(y) + x * 3;
+            const bool blue = x < 8;
+            EXPECT_GE(p[blue ? 0 : 2], 230) << x << "," << y;
+            EXPECT_LE(p[blue ? 2 : 0], 25) << x << "," << y;
+        }
+    }
+}
+
 TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
     const std::vector<std::uint8_t> red = SolidJpeg(0x0000FF);
     std::vector<std::uint8_t> truncated = SolidJpeg(0xFF0000);
