@@ -41,6 +41,10 @@ std::string Application::PathInDirectory(const std::string& name) const {
     return directory_.empty() || directory_ == "." ? name : directory_ + "/" + name;
 }
 
+void Application::RaiseShutdownEvent() {
+    if (portfolio_) portfolio_->Events().Raise(ScriptEvent::Shutdown);
+}
+
 void Application::SetCurrentPortfolio(std::unique_ptr<Portfolio> portfolio) {
     portfolio_ = std::move(portfolio);
 }

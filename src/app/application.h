@@ -69,12 +69,8 @@ public:
     Sun& StationSun() { return sun_; }
     int AllowedCanvases() const { return kCanvasSlots; }
 
-    // The script's Shutdown event, raised on the way out before anything is asked; none
-    // until a script runs.
-    void SetShutdownEvent(std::function<void()> event) { shutdown_event_ = std::move(event); }
-    void RaiseShutdownEvent() {
-        if (shutdown_event_) shutdown_event_();
-    }
+    // The script's Shutdown event, raised on the way out before anything is asked.
+    void RaiseShutdownEvent();
 
     // --require-web: a web server that cannot listen ends the program (kExitWebFailed).
     bool RequireWeb() const { return require_web_; }
@@ -130,7 +126,6 @@ private:
     std::unique_ptr<UrlFetcher> downloads_;
     std::unique_ptr<tess::Wallpaper> wallpaper_;
     std::string start_portfolio_;
-    std::function<void()> shutdown_event_;
     std::unique_ptr<Portfolio> portfolio_;
     std::uint64_t ticks_ = 0;
     int exit_code_ = 0;

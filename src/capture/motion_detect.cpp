@@ -172,7 +172,7 @@ void MotionDetect::Trigger(const DIB& frame, float coverage, std::int32_t dark_m
     last_motion_trigger_time_ = clock_.Now();
     ++trigger_count_;
     LogInfo("Motion on feed {}: coverage {:.3f}{}", feed, coverage, motion_beep_ ? " (beep)" : "");
-    if (detected_) detected_(feed);
+    if (events_) events_->Raise(ScriptEvent::MotionDetected, {feed});
 
     MotionSaveRequest request;
     request.fixed = save_fixed_;

@@ -11,6 +11,7 @@
 #include "capture/motion_saves.h"
 #include "imaging/dib.h"
 #include "settings/limit.h"
+#include "settings/script_events.h"
 #include "time/clock.h"
 
 #include <array>
@@ -174,8 +175,9 @@ public:
     // The files the last trigger wrote.
     const std::vector<std::string>& LastSavedFiles() const { return saves_.LastFiles(); }
 
-    // The document layer hears of triggers here; the number is the feed's, from 1.
-    void SetMotionDetectedHook(std::function<void(int feed)> hook) { detected_ = std::move(hook); }
+    // Each trigger raises the script's MotionDetected event here, with the feed's number
+    // from 1; null: none.
+    void SetScriptEvents(ScriptEvents* events) { events_ = events; }
     // Where "now" comes from (tests set it); the system clock otherwise.
     void SetClock(Clock clock) { clock_ = std::move(clock); }
     // Collects finished trigger commands and stops late ones; DiffFrames does it too.
@@ -236,7 +238,7 @@ private:
     MotionSaves saves_;
     MotionCommand command_;
     Clock clock_;
-    std::function<void(int feed)> detected_;
+    ScriptEvents* events_ = nullptr;
     std::string last_skip_reason_; // logged once, not on every frame
 };
 

@@ -108,8 +108,8 @@ bool Canvas::UpdateTexts(const CompositionServices& services, bool reload) {
         bool changed = false;
         if (reload || IsDue(item.NextTime(), item.Interval(), now)) {
             changed = item.Refresh(services.tags, now);
-            if (item.Scripted() && services.allow_text_update && services.text_update) {
-                services.text_update(canvas_value_, i);
+            if (item.Scripted() &&
+                services.RaiseItemEvent(ScriptEvent::TextUpdate, canvas_value_, i)) {
                 if (!services.Running()) return false;
                 // The script may have removed the item, or given it a new text.
                 if (texts_.items[i].get() != &item) return true;
@@ -130,8 +130,8 @@ bool Canvas::UpdateGraphics(const CompositionServices& services, bool reload) {
         bool changed = false;
         if (reload || IsDue(item.NextTime(), item.Interval(), now) ||
             item.FeedFrameWaiting(services)) {
-            if (item.Scripted() && services.allow_graphic_update && services.graphic_update) {
-                services.graphic_update(canvas_value_, i);
+            if (item.Scripted() &&
+                services.RaiseItemEvent(ScriptEvent::GraphicUpdate, canvas_value_, i)) {
                 if (!services.Running()) return false;
                 if (graphics_.items[i].get() != &item || !item.Visible()) return true;
             }

@@ -7,6 +7,7 @@
 // nothing has a script yet).
 
 #include "imaging/tags/process_text.h"
+#include "settings/script_events.h"
 
 #include <cstdint>
 #include <functional>
@@ -38,15 +39,16 @@ struct CompositionServices {
     // A download finished or a picture arrived between ticks: a tick is wanted soon.
     std::function<void()> wake;
 
-    // The script's events, raised only when the script allows them.
-    bool allow_text_update = false;
-    bool allow_graphic_update = false;
-    std::function<void(int canvas, int index)> text_update;
-    std::function<void(int canvas, int index)> graphic_update;
+    // The script's TextUpdate and GraphicUpdate events; null: no script.
+    ScriptEvents* events = nullptr;
     // The application's running flag; a pass stops when it is found cleared.
     std::function<bool()> running;
 
     bool Running() const { return !running || running(); }
+    // TextUpdate or GraphicUpdate of a scripted item; false when the script did not hear it.
+    bool RaiseItemEvent(ScriptEvent event, int canvas, int index) const {
+        return events && events->Raise(event, {canvas, index});
+    }
 };
 
 } // namespace tess

@@ -33,11 +33,15 @@ Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
         return {&canvas.ComposedDIB(), canvas.PictureRevision()};
     };
     composition_.feed_frame = [this](std::string_view name) { return FeedFrame(name); };
+    composition_.events = &events_;
+    karvell_.SetScriptEvents(&events_);
+    web_server_.SetScriptEvents(&events_);
     for (int i = 0; i < kVideoFeeds; ++i) {
         feeds_[i].SetVfWInput(i);
         feeds_[i].SetRate(30);
         feeds_[i].SetEnabled(false);
         feeds_[i].SetNeedsSaving(false);
+        feeds_[i].MotionDetect().SetScriptEvents(&events_);
     }
 }
 

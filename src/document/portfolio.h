@@ -9,9 +9,9 @@
 #include "document/composition_services.h"
 #include "document/feed_picture.h"
 #include "document/output_services.h"
-#include "document/script_settings.h"
 #include "publish/web_server.h"
 #include "settings/ini.h"
+#include "settings/script_events.h"
 #include "weather/karvell.h"
 
 #include <array>
@@ -68,6 +68,9 @@ public:
     // under `file_name`, compared without regard to case; null when none does.
     tess::CanvasWebServer* FindServedCanvas(std::string_view file_name);
     ScriptSettings& Script() { return script_; }
+    // Where every object of the portfolio raises its script events; the script host plugs
+    // itself in here.
+    ScriptEvents& Events() { return events_; }
 
     // True after any change to the portfolio, its canvases or the objects it owns.
     bool NeedSaving() const;
@@ -92,8 +95,6 @@ public:
     // What the tick reaches outside the portfolio: the running program fills these in.
     CompositionServices& Composition() { return composition_; }
     OutputServices& Outputs() { return outputs_; }
-    // The script's Interval event; none until a script runs.
-    void SetIntervalHandler(std::function<void()> handler) { interval_ = std::move(handler); }
     // The capture drivers and what the feeds reach through them; until this is called the
     // feeds' settings are only settings. Call it before the portfolio loads.
     void SetCapture(std::shared_ptr<const DriverCatalog> drivers, CaptureServices services);
@@ -138,6 +139,7 @@ private:
     tess::Karvell karvell_;
     tess::WebServer web_server_;
     ScriptSettings script_;
+    ScriptEvents events_{script_};
     bool need_saving_ = false;
     std::int32_t canvases_open_ = 0;
     std::int32_t active_canvas_ = 1;
@@ -147,7 +149,6 @@ private:
 
     CompositionServices composition_;
     OutputServices outputs_;
-    std::function<void()> interval_;
     std::shared_ptr<const DriverCatalog> drivers_;
     CaptureServices capture_;
     std::array<FeedPicture, kVideoFeeds> feed_pictures_;

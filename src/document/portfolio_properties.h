@@ -5,8 +5,8 @@
 // owns (the weather input, the video feeds, the web server).
 
 #include "document/canvas.h"
-#include "document/script_settings.h"
 #include "settings/property_table.h"
+#include "settings/script_settings.h"
 
 namespace tess {
 

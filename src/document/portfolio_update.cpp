@@ -31,7 +31,7 @@ bool Portfolio::Tick(double now) {
 void Portfolio::UpdateOtherPre() {
     const double now = capture_time_;
     if (script_.Enabled() && IsDue(script_next_time_, script_.Rate(), now)) {
-        if (script_.AllowInterval() && interval_) interval_();
+        events_.Raise(ScriptEvent::Interval);
         if (!Running()) return;
         script_next_time_ = CalcNextUpdate(script_.Rate(), script_.BaseTime(), now);
     }
@@ -40,8 +40,6 @@ void Portfolio::UpdateOtherPre() {
 
 void Portfolio::UpdateImages() {
     frames_waiting_ = false;
-    composition_.allow_text_update = script_.Enabled() && script_.AllowTextUpdate();
-    composition_.allow_graphic_update = script_.Enabled() && script_.AllowGraphicUpdate();
     for (int slot = 1; slot <= kCanvasSlots; ++slot) {
         if (!InUse(slot)) continue;
         if (!canvases_[slot]->UpdateImage(composition_) || !Running()) return;

@@ -137,7 +137,7 @@ void WebServer::PostHeldAnswer() {
 }
 
 void WebServer::NotifyWebRequest(std::string_view address, std::string_view path) const {
-    if (web_request_) web_request_(address, path);
+    if (events_) events_->Raise(ScriptEvent::WebRequest, {std::string(address), std::string(path)});
 }
 
 } // namespace tess

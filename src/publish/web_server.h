@@ -8,6 +8,7 @@
 #include "publish/web_reply.h"
 #include "publish/web_response.h"
 #include "settings/limit.h"
+#include "settings/script_events.h"
 
 #include <array>
 #include <cstdint>
@@ -32,9 +33,6 @@ struct WebServerHooks {
     // Shown once when the port cannot be listened on.
     std::function<void(std::string_view text, std::string_view caption)> listen_failed;
 };
-
-// Told of every answered GET: the client's address and the path with its query.
-using WebRequestHandler = std::function<void(std::string_view address, std::string_view path)>;
 
 class WebServer {
 public:
@@ -84,8 +82,8 @@ public:
     // Runs the server on `loop` from now on; when Enabled it starts listening at once.
     void Attach(asio::io_context& loop, WebServerHooks hooks);
     bool Attached() const { return runtime_ != nullptr; }
-    // The script host's hook point; an empty handler removes it.
-    void SetWebRequestHandler(WebRequestHandler handler) { web_request_ = std::move(handler); }
+    // Every answered request raises the script's WebRequest event here; null: none.
+    void SetScriptEvents(ScriptEvents* events) { events_ = events; }
 
     bool Listening() const;
     // The port actually listened on (the chosen one when Port is 0); 0 when not listening.
@@ -115,7 +113,7 @@ private:
     std::string web_path_ = "web";
     bool allow_non_canvas_serves_ = false;
     bool needs_saving_ = false;
-    WebRequestHandler web_request_;
+    ScriptEvents* events_ = nullptr;
     std::unique_ptr<Runtime> runtime_;
 };
 

@@ -6,6 +6,7 @@
 // "lastdata.csv" so the values survive a restart. The settings are what the portfolio file
 // stores.
 
+#include "settings/script_events.h"
 #include "weather/csv_status.h"
 #include "weather/weather_history.h"
 #include "weather/weather_record.h"
@@ -87,8 +88,8 @@ public:
     double NextPollTime() const { return next_poll_; }
     CSVStatus LastStatus() const { return last_status_; }
 
-    // Called after every accepted line: the script host's NewCSVData event.
-    void SetNewCSVDataHandler(std::function<void()> handler) { on_new_data_ = std::move(handler); }
+    // Every accepted line raises the script's NewCSVData event here; null: none.
+    void SetScriptEvents(ScriptEvents* events) { events_ = events; }
 
     // "lastdata.csv" in the program's folder; the path is settable for other folders.
     static constexpr std::string_view kLastDataFile = "lastdata.csv";
@@ -142,7 +143,7 @@ private:
     std::array<std::string, kCSVColumns> texts_;
     bool valid_ = false;
     WeatherHistory history_;
-    std::function<void()> on_new_data_;
+    ScriptEvents* events_ = nullptr;
     std::string last_data_path_{kLastDataFile};
     double next_poll_ = 0;
     CSVStatus last_status_ = CSVStatus::NotRead;

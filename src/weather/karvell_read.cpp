@@ -173,7 +173,7 @@ CSVStatus Karvell::AcceptLine(std::string_view line, double now) {
         history_.Store(record_);
         ProcessNewDatabaseData();
     }
-    if (on_new_data_) on_new_data_();
+    if (events_) events_->Raise(ScriptEvent::NewCSVData);
     return CSVStatus::Accepted;
 }
 

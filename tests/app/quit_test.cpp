@@ -3,6 +3,7 @@
 #include "app/quit.h"
 #include "app/scripted_ui.h"
 #include "document/portfolio.h"
+#include "support/recording_script.h"
 #include "support/temp_dir.h"
 
 #include <vector>
@@ -32,12 +33,16 @@ TEST(Quit, CancelKeepsTheProgramAndItsTimerRunning) {
     Application app(ui, dir.Path());
     ASSERT_EQ(Main(app), 0);
     auto portfolio = std::make_unique<Portfolio>(app.StationSun());
-    portfolio->SetNeedSaving(true);
-    app.SetCurrentPortfolio(std::move(portfolio));
-
     // The script hears of the shutdown before anything is asked.
     std::vector<std::size_t> asked_before_event;
-    app.SetShutdownEvent([&] { asked_before_event.push_back(ui.Record().size()); });
+    test::RecordingScript script;
+    script.on_event = [&](ScriptEvent event) {
+        if (event == ScriptEvent::Shutdown) asked_before_event.push_back(ui.Record().size());
+    };
+    test::AllowEveryScriptEvent(portfolio->Script());
+    portfolio->Events().SetHandler(&script);
+    portfolio->SetNeedSaving(true);
+    app.SetCurrentPortfolio(std::move(portfolio));
     const std::size_t asked_at_start = ui.Record().size();
     ui.QueueAnswer(Answer::Cancel);
     bool quit = true;

@@ -2,6 +2,7 @@
 #include "capture/motion_frames.h"
 #include "imaging/tags/process_text.h"
 #include "settings/vb_date.h"
+#include "support/recording_script.h"
 
 #include <cmath>
 #include <vector>
@@ -25,7 +26,9 @@ protected:
         motion_.SetEnabled(true);
         motion_.SetFeedNumber(2);
         motion_.SetClock(Clock([this] { return now_; }));
-        motion_.SetMotionDetectedHook([this](int feed) { events_.push_back(feed); });
+        test::AllowEveryScriptEvent(script_settings_);
+        events_.SetHandler(&script_);
+        motion_.SetScriptEvents(&events_);
         motion_.SetLastFrameInterval(1.0);
         motion_.SetKeepHistogram(GetParam());
     }
@@ -42,7 +45,9 @@ protected:
 
     MotionDetect motion_;
     double now_ = DateSerial(2005, 3, 14) + TimeSerial(12, 5, 1);
-    std::vector<int> events_;
+    ScriptSettings script_settings_;
+    ScriptEvents events_{script_settings_};
+    test::RecordingScript script_;
 };
 
 TEST_P(MotionDetectTest, IdenticalFramesNeverTrigger) {
@@ -60,7 +65,7 @@ TEST_P(MotionDetectTest, IdenticalFramesNeverTrigger) {
     EXPECT_EQ(motion_.View().light_max, 128);
     EXPECT_EQ(motion_.LastMotionCoverage(), -1.0f);
     EXPECT_EQ(motion_.LastMotionTriggerTime(), 0.0);
-    EXPECT_TRUE(events_.empty());
+    EXPECT_TRUE(script_.heard.empty());
 }
 
 TEST_P(MotionDetectTest, CoverageFollowsTheShareOfChangedChannels) {
@@ -89,7 +94,8 @@ TEST_P(MotionDetectTest, CoverageFollowsTheShareOfChangedChannels) {
     EXPECT_EQ(motion_.View().histogram[188], 300u);
     EXPECT_EQ(motion_.DifferenceDIB().scanline(0)[0], 188);
     EXPECT_EQ(motion_.LastMotionTriggerTime(), now_);
-    EXPECT_EQ(events_, (std::vector<int>{3, 3})); // feed 2 counted from 1
+    // Feed 2, counted from 1.
+    EXPECT_EQ(script_.heard, (std::vector<std::string>{"MotionDetected(3)", "MotionDetected(3)"}));
     EXPECT_EQ(motion_.View().box_width, std::lround(kW * std::pow(10.0, 3 * 0.65 - 3)));
 }
 

@@ -1,8 +1,8 @@
 #include "base/error.h"
 #include "document/canvas.h"
 #include "document/portfolio.h"
-#include "document/script_settings.h"
 #include "imaging/jpeg.h"
+#include "settings/script_settings.h"
 #include "support/fixed_sun.h"
 
 #include <gtest/gtest.h>

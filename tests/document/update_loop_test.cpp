@@ -8,6 +8,7 @@
 #include "imaging/jpeg.h"
 #include "imaging/picture.h"
 #include "settings/ini.h"
+#include "support/recording_script.h"
 #include "support/scoped_time_zone.h"
 #include "support/station_line.h"
 #include "time/clock.h"
@@ -266,6 +267,53 @@ TEST_F(UpdateLoop, TheRepeatedHourKeepsBothPassesPicturesAndNamesTheZoneInForce)
     EXPECT_EQ(zones, (std::vector<std::string>{"CEST", "CEST", "CET", "CET"}));
     // Fifteen pictures in each pass (the first tick only joins the grid), none written over.
     EXPECT_EQ(FilesIn(dir.File("seq")).size(), 29u);
+}
+
+// The script hears its Interval on its own grid and each refresh of a scripted item, and
+// what it does there is drawn at once; a script that ends the program stops the tick.
+TEST_F(UpdateLoop, TheScriptHearsItsIntervalAndTheRefreshesOfScriptedItems) {
+    Canvas& canvas = UseCanvas(3, 16, 16, 0xFFFFFF);
+    TextItem& text = canvas.AddText(1);
+    text.SetEnabled(true);
+    text.SetText("before");
+    text.SetInterval(1);
+    text.SetScripted(true);
+    GraphicItem& box = AddRectangle(canvas, 1, 1, 0, 0, 4, 4, 0x0000FF);
+    box.SetScripted(true);
+    box.SetInterval(1);
+    AddRectangle(canvas, 2, 1, 8, 8, 4, 4, 0x00FF00).SetInterval(1); // not scripted
+
+    test::RecordingScript script;
+    test::AllowEveryScriptEvent(portfolio.Script());
+    portfolio.Script().SetRate(2);
+    portfolio.Events().SetHandler(&script);
+    script.on_event = [&](ScriptEvent event) {
+        if (event == ScriptEvent::TextUpdate) canvas.Text(1)->SetText("after");
+    };
+    RunTicks(12 * 3600 + 0.01, 12 * 3600 + 2.01, 0.5);
+    // Interval at 0 s and 2 s; the text and the scripted graphic at 0, 1 and 2 s.
+    const auto count = [&](std::string_view line) {
+        return std::count(script.heard.begin(), script.heard.end(), line);
+    };
+    EXPECT_EQ(count("Interval()"), 2);
+    EXPECT_EQ(count("TextUpdate(3,1)"), 3);
+    EXPECT_EQ(count("GraphicUpdate(3,1)"), 3);
+    EXPECT_EQ(count("GraphicUpdate(3,2)"), 0);
+    EXPECT_EQ(canvas.Text(1)->ExpandedText(), "after");
+
+    // Not allowed: not heard.
+    portfolio.Script().SetAllowTextUpdate(false);
+    script.heard.clear();
+    RunTicks(12 * 3600 + 3.01, 12 * 3600 + 3.01, 1);
+    EXPECT_EQ(script.heard, std::vector<std::string>{"GraphicUpdate(3,1)"});
+
+    // The program told to stop during an event: that tick goes no further.
+    bool running = true;
+    portfolio.Composition().running = [&] { return running; };
+    script.on_event = [&](ScriptEvent) { running = false; };
+    script.heard.clear();
+    EXPECT_FALSE(portfolio.Tick(At(12, 0, 4.01)));
+    EXPECT_EQ(script.heard, std::vector<std::string>{"Interval()"});
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 // The web server over real sockets on 127.0.0.1.
 
+#include "support/recording_script.h"
 #include "support/run_process.h"
 #include "web_fixture.h"
 
@@ -183,23 +184,25 @@ TEST_F(WebServerTest, IdleConnectionsAndOversizedHeadersAreClosed) {
     EXPECT_EQ(BodyOf(test::Exchange(port, big)), "<html>index</html>");
 }
 
-TEST_F(WebServerTest, TheScriptHookHearsEveryAnsweredRequest) {
-    std::vector<std::string> heard;
+TEST_F(WebServerTest, TheScriptHearsEveryAnsweredRequest) {
+    ScriptSettings settings;
+    test::AllowEveryScriptEvent(settings);
+    ScriptEvents events(settings);
+    test::RecordingScript script;
+    events.SetHandler(&script);
     thread->OnLoop([&] {
-        server.SetWebRequestHandler([&](std::string_view address, std::string_view path) {
-            heard.push_back(std::string(address) + " " + std::string(path));
-        });
+        server.SetScriptEvents(&events);
         return 0;
     });
     Get("Canvas01.jpg?w=1");
     Get("../secret.txt");
     test::Exchange(port, "POST / HTTP/1.1\r\n\r\nGET", Millis(100));
     thread->OnLoop([&] {
-        server.SetWebRequestHandler({});
+        server.SetScriptEvents(nullptr);
         return 0;
     });
-    EXPECT_EQ(heard,
-              (std::vector<std::string>{"127.0.0.1 Canvas01.jpg?w=1", "127.0.0.1 ../secret.txt"}));
+    EXPECT_EQ(script.heard, (std::vector<std::string>{"WebRequest(127.0.0.1,Canvas01.jpg?w=1)",
+                                                      "WebRequest(127.0.0.1,../secret.txt)"}));
 }
 
 TEST_F(WebServerTest, SwitchingOffClosesEverythingAndABusyPortIsReported) {

@@ -1,4 +1,5 @@
 #include "settings/vb_date.h"
+#include "support/recording_script.h"
 #include "support/station_line.h"
 #include "weather/karvell.h"
 
@@ -71,8 +72,12 @@ TEST(Karvell, KeepsTextsAsWrittenAndMarksWhatIsNoNumber) {
 
 TEST(Karvell, TakesOnlyANewerStationTime) {
     Karvell k;
-    int new_data = 0;
-    k.SetNewCSVDataHandler([&] { ++new_data; });
+    ScriptSettings settings;
+    test::AllowEveryScriptEvent(settings);
+    ScriptEvents events(settings);
+    test::RecordingScript script;
+    events.SetHandler(&script);
+    k.SetScriptEvents(&events);
     ASSERT_EQ(k.AcceptLine(At(7, 12, 0).Set(14, "10").Text()), CSVStatus::Accepted);
     EXPECT_EQ(k.AcceptLine(At(7, 12, 0).Set(14, "11").Text()), CSVStatus::NotNewer);
     EXPECT_EQ(k.AcceptLine(At(7, 11, 59, 59).Set(14, "12").Text()), CSVStatus::NotNewer);
@@ -80,7 +85,7 @@ TEST(Karvell, TakesOnlyANewerStationTime) {
     EXPECT_EQ(k.CSVData(rec::kMaxTempToday), 10);
     EXPECT_EQ(k.AcceptLine(At(7, 12, 0, 1).Set(14, "13").Text()), CSVStatus::Accepted);
     EXPECT_EQ(k.CSVData(14), 13);
-    EXPECT_EQ(new_data, 2);
+    EXPECT_EQ(script.heard, (std::vector<std::string>{"NewCSVData()", "NewCSVData()"}));
 
     // Impossible station times are refused; two-digit years follow the classic window.
     for (const auto& bad :
