@@ -254,7 +254,7 @@ void BM_MergeUnchangedTextItem(benchmark::State& state) {
         }
     }
     tess::Image text;
-    text.SetPictureType(tess::kPictureCanvasImage);
+    text.SetPictureType(tess::SourceType::CanvasImage);
     text.LoadIntoPictureDIB(std::move(colour), std::move(coverage));
     DIB layer(1280, 720);
     text.MergeImageTo(layer, 20, 16); // builds the stages once
@@ -270,7 +270,7 @@ void BM_MergeUnchangedOpaqueItem(benchmark::State& state) {
     DIB logo(200, 80);
     FillFrame(logo, 10);
     tess::Image item;
-    item.SetPictureType(tess::kPictureCanvasImage);
+    item.SetPictureType(tess::SourceType::CanvasImage);
     item.LoadIntoPictureDIB(std::move(logo), DIB());
     DIB layer(1280, 720);
     item.MergeImageTo(layer, 1060, 20);

@@ -16,8 +16,7 @@ void CheckEntry(std::int32_t entry) {
 } // namespace
 
 void GraphicItem::SetSourceType(std::int32_t value) {
-    Limit(value, 0, static_cast<std::int32_t>(tess::SourceType::CanvasImage));
-    Mark(StoreIfChanged(source_type_, static_cast<tess::SourceType>(value)));
+    Mark(StoreIfChanged(source_type_, SourceTypeFromNumber(value)));
 }
 
 const TransparentColor& GraphicItem::TransparentColorEntry(std::int32_t entry) const {

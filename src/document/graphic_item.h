@@ -15,14 +15,6 @@
 
 namespace tess {
 
-enum class SourceType : std::int32_t {
-    VideoFeed = 0,
-    GraphicFile = 1,
-    URLGraphic = 2,
-    Rectangle = 3,
-    CanvasImage = 4,
-};
-
 class GraphicItem : public CanvasItem {
 public:
     static constexpr double kDefaultInterval = 10;

@@ -9,7 +9,7 @@
 namespace tess {
 
 GraphicItem::GraphicItem(SunTimes& sun) : CanvasItem(sun, kDefaultInterval) {
-    Image().SetPictureType(static_cast<int>(source_type_));
+    Image().SetPictureType(source_type_);
 }
 
 bool GraphicItem::Refresh(const CompositionServices& services, double now) {

@@ -27,7 +27,7 @@ GraphicSource::GraphicSource() = default;
 GraphicSource::~GraphicSource() = default;
 
 void GraphicSource::Sync(const GraphicItem& item, Image& image) {
-    const int type = static_cast<int>(item.SourceType());
+    const SourceType type = item.SourceType();
     const std::string file = PathFromSettings(Trim(item.SourceFileName()));
     if (type != type_) {
         type_ = type;
@@ -40,13 +40,13 @@ void GraphicSource::Sync(const GraphicItem& item, Image& image) {
         image.SetPictureType(type);
         image.ClearPicture();
     }
-    if (type == kPictureGraphicFile && file != file_name_) stamp_known_ = false;
+    if (type == SourceType::GraphicFile && file != file_name_) stamp_known_ = false;
     file_name_ = file;
-    image.SetPictureFileName(type == kPictureGraphicFile ? file_name_ : std::string());
-    if (type == kPictureUrlGraphic && download_ && download_->url != Trim(item.SourceURL()))
+    image.SetPictureFileName(type == SourceType::GraphicFile ? file_name_ : std::string());
+    if (type == SourceType::URLGraphic && download_ && download_->url != Trim(item.SourceURL()))
         download_.reset();
     // A rectangle is all settings: its new size shows at once.
-    if (type == kPictureRectangle) RefreshRectangle(item, image);
+    if (type == SourceType::Rectangle) RefreshRectangle(item, image);
 }
 
 bool GraphicSource::Refresh(const GraphicItem& item, Image& image,

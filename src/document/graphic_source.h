@@ -9,9 +9,11 @@
 #include "base/file_stamp.h"
 #include "document/composition_services.h"
 #include "imaging/dib.h"
+#include "imaging/source_type.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace tess {
@@ -49,8 +51,8 @@ private:
     void StartDownload(const GraphicItem& item, const CompositionServices& services);
     void Report(const std::string& url, const std::string& problem);
 
-    int type_ = -1;
-    std::string file_name_; // the picture file, as the file system wants it
+    std::optional<SourceType> type_; // none until the first Sync
+    std::string file_name_;          // the picture file, as the file system wants it
     FileStamp stamp_;
     bool stamp_known_ = false;
     int rectangle_width_ = 0, rectangle_height_ = 0;

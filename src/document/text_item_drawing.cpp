@@ -8,7 +8,7 @@ namespace tess {
 
 TextItem::TextItem(SunTimes& sun) : CanvasItem(sun, kDefaultInterval) {
     // The text item draws its own source picture.
-    Image().SetPictureType(kPictureCanvasImage);
+    Image().SetPictureType(SourceType::CanvasImage);
 }
 
 bool TextItem::Refresh(const TagContext& tags, double now) {

@@ -39,8 +39,7 @@ void Image::SetPictureFileName(std::string_view name) {
     MarkFrom(true, true);
 }
 
-void Image::SetPictureType(int type) {
-    Limit(type, 0, 4);
+void Image::SetPictureType(SourceType type) {
     if (type == picture_type_) return;
     picture_type_ = type;
     picture_dirty_ = true;
@@ -51,7 +50,7 @@ void Image::SetBackgroundColor(std::uint32_t color) {
     if (color == background_color_) return;
     background_color_ = color;
     // It fills a rectangle's image, and a stretch of an empty picture.
-    MarkFrom(picture_type_ == kPictureRectangle, picture_type_ == kPictureRectangle);
+    MarkFrom(picture_type_ == SourceType::Rectangle, picture_type_ == SourceType::Rectangle);
 }
 
 void Image::SetColorProcessing(int code) {
@@ -281,7 +280,7 @@ void Image::LoadImageDIB() {
                                     image_.HasBitmap() ? 1 : 0, width, height));
     };
     const bool from_file =
-        picture_type_ == kPictureGraphicFile || picture_type_ == kPictureUrlGraphic;
+        picture_type_ == SourceType::GraphicFile || picture_type_ == SourceType::URLGraphic;
     if (width == 0 || height == 0) {
         image_in_picture_ = false;
         image_.SetWidthHeight(0, 0);
@@ -289,7 +288,7 @@ void Image::LoadImageDIB() {
         return;
     }
     // Unprocessed pixels are the picture's own: no copy of a camera frame is made.
-    image_in_picture_ = picture_type_ != kPictureRectangle && color_processing_ == kColorNone;
+    image_in_picture_ = picture_type_ != SourceType::Rectangle && color_processing_ == kColorNone;
     if (image_in_picture_) {
         image_.SetWidthHeight(0, 0);
         return;
@@ -298,7 +297,7 @@ void Image::LoadImageDIB() {
         report();
         return;
     }
-    if (picture_type_ == kPictureRectangle)
+    if (picture_type_ == SourceType::Rectangle)
         image_.Clear(background_color_);
     else
         std::memcpy(image_.DIBPtr(), picture_.Pixels().DIBPtr(), image_.BufferSize());
@@ -347,7 +346,7 @@ void Image::LoadStretchedDIB() {
     stretched_dirty_ = false;
     const DIB& input = CroppedToWorkFrom();
     stretched_in_use_ = stretch_enabled_ && stretched_width_ != 0 && stretched_height_ != 0 &&
-                        picture_type_ != kPictureRectangle &&
+                        picture_type_ != SourceType::Rectangle &&
                         (stretched_width_ != input.Width() || stretched_height_ != input.Height());
     if (!stretched_in_use_) {
         stretched_.SetWidthHeight(0, 0);
@@ -413,7 +412,7 @@ const DIB* Image::SourceOpacityToWorkFrom() const {
 const DIB& Image::GetImageDIB() {
     if (picture_dirty_) {
         picture_dirty_ = false;
-        if (picture_type_ == kPictureGraphicFile || picture_type_ == kPictureUrlGraphic)
+        if (picture_type_ == SourceType::GraphicFile || picture_type_ == SourceType::URLGraphic)
             LoadPicture();
     }
     if (image_dirty_) LoadImageDIB();

@@ -13,6 +13,7 @@
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
 #include "imaging/picture.h"
+#include "imaging/source_type.h"
 #include "imaging/transparent_color.h"
 
 #include <cstdint>
@@ -21,15 +22,6 @@
 #include <vector>
 
 namespace tess {
-
-// Where an item's source comes from.
-enum PictureType : int {
-    kPictureVideoFeed = 0,
-    kPictureGraphicFile = 1,
-    kPictureUrlGraphic = 2, // a file the owner downloaded
-    kPictureRectangle = 3,  // a plain rectangle of the background colour
-    kPictureCanvasImage = 4,
-};
 
 class Image {
 public:
@@ -42,8 +34,8 @@ public:
     // ---- Properties; each setter marks dirty only the stages a real change affects. ----
     const std::string& PictureFileName() const { return picture_file_name_; }
     void SetPictureFileName(std::string_view name);
-    int PictureType() const { return picture_type_; }
-    void SetPictureType(int type);
+    SourceType PictureType() const { return picture_type_; }
+    void SetPictureType(SourceType type);
     std::uint32_t BackgroundColor() const { return background_color_; }
     void SetBackgroundColor(std::uint32_t color);
     // Kept for the owner's settings; pictures always take the size of what they load.
@@ -166,7 +158,7 @@ private:
 
     // Properties.
     std::string picture_file_name_;
-    int picture_type_ = kPictureGraphicFile;
+    SourceType picture_type_ = SourceType::GraphicFile;
     std::uint32_t background_color_ = 0;
     bool auto_size_ = false;
     int color_processing_ = 0;

@@ -37,7 +37,7 @@ TEST(ImageStages, AnOpacityFileWeighsOnlyPerPixelAndIsStretchedToTheItem) {
     test::WriteFileBytes(file, AsString(EncodeBmp(mask)));
 
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     image.LoadIntoPictureDIB(Solid(10, 4, 0x0000FF));
     image.SetOpacityType(1);
     image.SetOpacityFileName(file);
@@ -73,7 +73,7 @@ TEST(ImageStages, AnOpacityFileWeighsOnlyPerPixelAndIsStretchedToTheItem) {
 
 TEST(ImageStages, AFeatherTurnsWithTheItem) {
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     image.LoadIntoPictureDIB(Solid(40, 20, 0xFFFFFF));
     image.SetFeatherWidth(5);
     image.SetRotationAngle(90);
@@ -104,7 +104,7 @@ TEST(ImageStages, ColourProcessingAndBothStretchesMatchTheirKernels) {
     ColorProcess(processed.DIBPtr(), 13, 7, 3);
 
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     image.SetColorProcessing(3);
     image.LoadIntoPictureDIB(source);
     EXPECT_TRUE(test::SamePixels(image.GetImageDIB(), processed));
@@ -151,7 +151,7 @@ TEST(ImageStages, AnEmptySourceStretchesToTheBackgroundColour) {
 
 TEST(ImageStages, TheShadowOfATurnedAlignedItemLiesUnderIt) {
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     image.LoadIntoPictureDIB(Solid(30, 10, 0xFFFFFF));
     image.SetShadowEnabled(true);
     image.SetTransparentEnabled(true); // the turned bitmap's corners vanish

@@ -48,7 +48,7 @@ TEST(Image, SettersClampAndStoreTheDocumentedValues) {
 
 TEST(Image, CropAndStretchSizes) {
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     DIB source(10, 6);
     std::mt19937 rng(1);
     test::FillRandom(source, rng);
@@ -77,7 +77,7 @@ TEST(Image, CropAndStretchSizes) {
     EXPECT_EQ(PixelAt(stretched, 3, 1), PixelAt(source, 1, 3)); // nearest, at pixel centres
     EXPECT_EQ(image.FinalWidth(), 20);
 
-    image.SetPictureType(kPictureRectangle); // rectangles are never stretched
+    image.SetPictureType(SourceType::Rectangle); // rectangles are never stretched
     image.SetBackgroundColor(0x00FF00);
     image.SetGraphics(4, 3);
     image.LoadIntoPictureDIB();
@@ -120,7 +120,7 @@ TEST(Image, AnchorOffsetsMatchHandComputedValues) {
 
 TEST(Image, RotationSwapsSidesAndKeepsTheAlignedPointInPlace) {
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     image.LoadIntoPictureDIB(Solid(41, 21, 0xFFFFFF));
     EXPECT_EQ(image.FinalWidth(), 41); // angle 0: no rotated bitmap
     image.SetRotationAngle(90);
@@ -212,7 +212,7 @@ TEST(Image, UnchangedItemsMergeFromTheirCacheAndChangesRebuildOnlyWhatFollows) {
 
 TEST(Image, MergeOpacityTransparencyAndTheCopyShortcut) {
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     DIB source = Solid(4, 2, 0x0000C8); // red 200
     test::SetPixel(source, 0, 0, {0, 0, 0});
     image.LoadIntoPictureDIB(source);
@@ -237,7 +237,7 @@ TEST(Image, MergeOpacityTransparencyAndTheCopyShortcut) {
 
     // A feather: opaque in the middle, fading to the edges.
     Image feathered;
-    feathered.SetPictureType(kPictureVideoFeed);
+    feathered.SetPictureType(SourceType::VideoFeed);
     feathered.LoadIntoPictureDIB(Solid(21, 21, 0xFFFFFF));
     feathered.SetFeatherWidth(5);
     feathered.SetFeatherRadius(6); // rounded corners fade sooner than the sides
@@ -258,7 +258,7 @@ TEST(Image, OwnerDrawnSourcesKeepTheirOpacityThroughRotation) {
             test::SetPixel(coverage, x, y, {255, 255, 255});
     }
     Image text;
-    text.SetPictureType(kPictureCanvasImage);
+    text.SetPictureType(SourceType::CanvasImage);
     text.LoadIntoPictureDIB(std::move(colour), std::move(coverage));
     DIB canvas(60, 60);
     text.MergeImageTo(canvas, 10, 10);
@@ -280,7 +280,7 @@ TEST(Image, OwnerDrawnSourcesKeepTheirOpacityThroughRotation) {
 
 TEST(Image, ShadowsGatherUnderTheItemAndDarkenTheLayer) {
     Image image;
-    image.SetPictureType(kPictureVideoFeed);
+    image.SetPictureType(SourceType::VideoFeed);
     image.LoadIntoPictureDIB(Solid(10, 6, 0x00FFFF));
     image.SetShadowEnabled(true);
     image.SetShadowSize(kShadow3x3);

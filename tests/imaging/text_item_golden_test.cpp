@@ -31,7 +31,7 @@ DIB ComposeTextItem() {
     renderer.Render("Tessarolle 12:34", style, picture, coverage);
 
     Image text;
-    text.SetPictureType(kPictureCanvasImage);
+    text.SetPictureType(SourceType::CanvasImage);
     text.LoadIntoPictureDIB(std::move(picture), std::move(coverage));
     text.SetRotationAngle(20);
     text.SetAlignment(kCenter);
