@@ -32,12 +32,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::FtpTestServer;
 
-void LogIn(InetFTP& ftp, const FtpTestServer& server) {
-    ftp.SetFTPServer(server.ServerName());
-    ftp.SetUserName(FtpTestServer::kUser);
-    ftp.SetPassword(FtpTestServer::kPassword);
-}
-
 TEST(FtpThrottleTest, DISABLED_ASlowServerNeverMakesATickLate) {
     // pyftpdlib's throttle takes this many bytes, then sleeps about two seconds per batch.
     constexpr int kRate = 100000;
@@ -50,12 +44,12 @@ TEST(FtpThrottleTest, DISABLED_ASlowServerNeverMakesATickLate) {
 
     // A first small upload loads libcurl, a one-time cost that is not the server's doing.
     test::EngineRun warm_up;
-    LogIn(warm_up.ftp, server);
+    warm_up.LogIn(server.ServerName(), FtpTestServer::kUser, FtpTestServer::kPassword);
     ASSERT_TRUE(warm_up.ftp.SendDataFile("x", "", "first.jpg", 7));
     ASSERT_TRUE(warm_up.RunToEnd());
 
     test::EngineRun run;
-    LogIn(run.ftp, server);
+    run.LogIn(server.ServerName(), FtpTestServer::kUser, FtpTestServer::kPassword);
     test::LatenessProbe probe(run.loop, 5ms);
     // Half a second in, the server stops answering for a second. The thread only sends
     // signals, so the freeze lasts a second whatever the loop does.

@@ -35,10 +35,8 @@ TEST_P(FtpsTest, EachModeArrivesByteForByteBehindThePinnedCertificate) {
         server.ClearLog();
         EngineRun run;
         run.ftp.SetRetryPause(std::chrono::milliseconds(0));
-        run.ftp.SetFTPServer(server.ServerName());
-        run.ftp.SetUserName(FtpTestServer::kUser);
-        run.ftp.SetPassword(FtpTestServer::kPassword);
-        run.ftp.SetServerKey(server.CertificateKey());
+        run.LogIn(server.ServerName(), FtpTestServer::kUser, FtpTestServer::kPassword,
+                  server.CertificateKey());
         run.ftp.SetFTPMode(mode);
         picture[0] = static_cast<char>('0' + mode);
         picture.back() = static_cast<char>(picture.back() + 1);
@@ -52,8 +50,8 @@ TEST_P(FtpsTest, EachModeArrivesByteForByteBehindThePinnedCertificate) {
         const auto commands = server.Commands();
         EXPECT_THAT(commands, ::testing::Contains("PASS ****"));
         EXPECT_THAT(commands, ::testing::Contains("PROT P"));
-        if (GetParam() == FtpTls::Explicit) EXPECT_EQ(commands.front(), "AUTH SSL");
-        if (GetParam() == FtpTls::Implicit) EXPECT_EQ(commands.front(), "USER webcam");
+        const char* first = GetParam() == FtpTls::Explicit ? "AUTH SSL" : "USER webcam";
+        EXPECT_EQ(commands.front(), first);
         const char* put = mode == 2 ? "STOR secure.jpg" : "STOR FTPPsh02.tmp";
         EXPECT_THAT(server.FileCommands(), ::testing::Contains(put));
     }

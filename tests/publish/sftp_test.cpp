@@ -216,10 +216,8 @@ TEST(SftpTest, APasswordLogInUploadsByteForByte) {
         // first) is tried on a fresh name.
         if (mode == 1) fs::remove(server.Root() + "/pass.jpg");
         test::EngineRun run;
-        run.ftp.SetFTPServer(server.ServerName());
-        run.ftp.SetUserName(SshTestServer::kPasswordUser);
-        run.ftp.SetPassword(SshTestServer::kPassword);
-        run.ftp.SetServerKey(server.HostKey());
+        run.LogIn(server.ServerName(), SshTestServer::kPasswordUser, SshTestServer::kPassword,
+                  server.HostKey());
         run.ftp.SetFTPMode(mode);
         picture[1] = static_cast<char>('a' + mode);
         ASSERT_TRUE(run.ftp.SendDataFile(picture, server.Root(), "pass.jpg", 5));
@@ -235,10 +233,7 @@ TEST(SftpTest, APasswordLogInUploadsByteForByte) {
 
     test::EngineRun run;
     run.ftp.SetRetryPause(std::chrono::milliseconds(0));
-    run.ftp.SetFTPServer(server.ServerName());
-    run.ftp.SetUserName(SshTestServer::kPasswordUser);
-    run.ftp.SetPassword("sftp pass 8");
-    run.ftp.SetServerKey(server.HostKey());
+    run.LogIn(server.ServerName(), SshTestServer::kPasswordUser, "sftp pass 8", server.HostKey());
     ASSERT_TRUE(run.ftp.SendDataFile("x", server.Root(), "wrong.jpg", 5));
     ASSERT_TRUE(run.RunToEnd());
     EXPECT_EQ(run.ftp.State(), 1);
