@@ -18,6 +18,14 @@ public:
         ftp.SetStatusObserver([this](const std::string& text) { statuses.push_back(text); });
     }
 
+    void LogIn(const std::string& server, const std::string& user, const std::string& password,
+               const std::string& server_key = "") {
+        ftp.SetFTPServer(server);
+        ftp.SetUserName(user);
+        ftp.SetPassword(password);
+        ftp.SetServerKey(server_key);
+    }
+
     // True when the engine stopped (complete or failed) before the deadline.
     bool RunToEnd(std::chrono::seconds limit = std::chrono::seconds(60)) {
         auto deadline = std::chrono::steady_clock::now() + limit;

@@ -40,13 +40,21 @@ def logging_handler(base, log):
 
 
 def tls_handler(args, implicit):
-    from pyftpdlib.handlers import TLS_FTPHandler
+    from pyftpdlib.handlers import TLS_DTPHandler, TLS_FTPHandler
+
+    class TlsData(TLS_DTPHandler):
+        # curl opens the data connection and starts its TLS handshake before it sends STOR.
+        # pyftpdlib 1.5.7 takes any input on a data channel with no transfer yet for a
+        # disconnect and closes it, so the handshake is answered with a reset (curl then
+        # reads "Bad PASV/EPSV response"). While the handshake is pending, input is the
+        # handshake's own.
+        def readable(self):
+            if self._ssl_accepting:
+                return True
+            return super().readable()
 
     class Tls(TLS_FTPHandler):
-        # curl closes the data connection without waiting for the TLS close from the
-        # server; pyftpdlib 1.5.7 then reports the finished upload as failed. The file is
-        # whole by then, so the end of the data channel counts as its completion.
-        pass
+        dtp_handler = TlsData
 
     Tls.certfile = args.cert
     Tls.keyfile = args.key

@@ -98,6 +98,10 @@ void FtpTestServer::Freeze() {
     if (process_) process_->Signal(SIGSTOP);
 }
 
+void FtpTestServer::Thaw() {
+    if (process_) process_->Signal(SIGCONT);
+}
+
 void FtpTestServer::Stop() {
     process_.reset(); // SIGKILL and reap
 }

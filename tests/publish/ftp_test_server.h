@@ -33,6 +33,8 @@ public:
     void Stop();
     // Freezes the server (SIGSTOP): it keeps its sockets but answers nothing.
     void Freeze();
+    // Lets a frozen server go on (SIGCONT).
+    void Thaw();
 
     int Port() const { return port_; }
     // "127.0.0.1:PORT" with the scheme the options call for.

@@ -23,29 +23,38 @@ std::string Bytes(std::size_t size) {
 
 class FtpsTest : public ::testing::TestWithParam<FtpTls> {};
 
-// The file transfer itself over TLS is not checked here: pyftpdlib 1.5.7's TLS handler mixes
-// up its answers with curl on the data connection ("Bad PASV/EPSV response: 200", then a
-// reset), a bug of the test server that is still to be worked around.
-TEST_P(FtpsTest, ThePinnedSelfSignedCertificateIsAcceptedAndTheLoginIsProtected) {
+// Each replacement mode over TLS, with a picture large enough to take several TLS records:
+// the server must hold exactly the bytes sent, under the final name only.
+TEST_P(FtpsTest, EachModeArrivesByteForByteBehindThePinnedCertificate) {
     test::FtpServerOptions options;
     options.tls = GetParam();
     FtpTestServer server(options);
-    EngineRun run;
-    run.ftp.SetRetryPause(std::chrono::milliseconds(0));
-    run.ftp.SetFTPServer(server.ServerName());
-    run.ftp.SetUserName(FtpTestServer::kUser);
-    run.ftp.SetPassword(FtpTestServer::kPassword);
-    run.ftp.SetServerKey(server.CertificateKey());
-    ASSERT_TRUE(run.ftp.SendDataFile(Bytes(1000), "", "secure.jpg", 2));
-    ASSERT_TRUE(run.RunToEnd());
-    // Past the certificate and the log-in: the server saw the password inside TLS and was
-    // asked to protect the data channel.
-    EXPECT_THAT(run.statuses, ::testing::Contains("Sending File"));
-    const auto commands = server.Commands();
-    EXPECT_THAT(commands, ::testing::Contains("PASS ****"));
-    EXPECT_THAT(commands, ::testing::Contains("PROT P"));
-    if (GetParam() == FtpTls::Explicit) EXPECT_EQ(commands.front(), "AUTH SSL");
-    if (GetParam() == FtpTls::Implicit) EXPECT_EQ(commands.front(), "USER webcam");
+    std::string picture = Bytes(150000);
+    for (std::int32_t mode : {0, 0, 1, 2}) {
+        SCOPED_TRACE(mode);
+        server.ClearLog();
+        EngineRun run;
+        run.ftp.SetRetryPause(std::chrono::milliseconds(0));
+        run.LogIn(server.ServerName(), FtpTestServer::kUser, FtpTestServer::kPassword,
+                  server.CertificateKey());
+        run.ftp.SetFTPMode(mode);
+        picture[0] = static_cast<char>('0' + mode);
+        picture.back() = static_cast<char>(picture.back() + 1);
+        ASSERT_TRUE(run.ftp.SendDataFile(picture, "", "secure.jpg", 2));
+        ASSERT_TRUE(run.RunToEnd());
+        ASSERT_EQ(run.statuses.back(), "Complete")
+            << ::testing::PrintToString(run.statuses) << run.ftp.Error();
+        EXPECT_TRUE(test::ReadIfThere(server.File("secure.jpg")) == picture);
+        EXPECT_EQ(test::ReadIfThere(server.File("FTPPsh02.tmp")), "");
+        // The password went inside TLS and the data channel was protected too.
+        const auto commands = server.Commands();
+        EXPECT_THAT(commands, ::testing::Contains("PASS ****"));
+        EXPECT_THAT(commands, ::testing::Contains("PROT P"));
+        const char* first = GetParam() == FtpTls::Explicit ? "AUTH SSL" : "USER webcam";
+        EXPECT_EQ(commands.front(), first);
+        const char* put = mode == 2 ? "STOR secure.jpg" : "STOR FTPPsh02.tmp";
+        EXPECT_THAT(server.FileCommands(), ::testing::Contains(put));
+    }
 }
 
 TEST_P(FtpsTest, AnUnknownCertificateIsRefused) {

@@ -1,0 +1,64 @@
+#pragma once
+
+// A timer ticking at a fixed period on an event loop, recording how late each tick ran on
+// the steady clock. Ticks are due on a fixed grid (start + n * period), so a loop held up for
+// a while shows as every tick it should have run meanwhile being late, not as one.
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+
+namespace tess::test {
+
+class LatenessProbe {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    LatenessProbe(asio::io_context& loop, std::chrono::microseconds period)
+        : timer_(loop), period_(period) {}
+
+    void Start() {
+        running_ = true;
+        due_ = Clock::now();
+        Arm();
+    }
+    void Stop() {
+        running_ = false;
+        timer_.cancel();
+    }
+
+    std::size_t Ticks() const { return lateness_.size(); }
+    // The lateness in milliseconds that `fraction` (0.99 for the 99th percentile) of the
+    // ticks did not exceed; 1.0 gives the largest.
+    double PercentileMs(double fraction) const {
+        if (lateness_.empty()) return 0;
+        std::vector<Clock::duration> sorted = lateness_;
+        std::sort(sorted.begin(), sorted.end());
+        auto index = static_cast<std::size_t>(fraction * static_cast<double>(sorted.size() - 1));
+        return std::chrono::duration<double, std::milli>(sorted[index]).count();
+    }
+    double MaxMs() const { return PercentileMs(1.0); }
+
+private:
+    void Arm() {
+        due_ += period_;
+        timer_.expires_at(due_);
+        timer_.async_wait([this](const std::error_code& error) {
+            if (error || !running_) return;
+            lateness_.push_back(Clock::now() - due_);
+            Arm();
+        });
+    }
+
+    asio::steady_timer timer_;
+    std::chrono::microseconds period_;
+    Clock::time_point due_;
+    bool running_ = false;
+    std::vector<Clock::duration> lateness_;
+};
+
+} // namespace tess::test
