@@ -2,6 +2,8 @@
 
 #include "settings/numbers.h"
 
+#include <algorithm>
+
 namespace tess {
 
 namespace {
@@ -30,6 +32,7 @@ P State(std::string_view key, std::int32_t AppSettings::*field, std::string_view
 PropertyTable<AppSettings> MakeTable() {
     static const std::string width = CStrNI(800 * kTwipsPerPixel);
     static const std::string height = CStrNI(600 * kTwipsPerPixel);
+    static const std::string pixels = CStrNI(static_cast<double>(kDefaultMaxPicturePixels));
     return PropertyTable<AppSettings>({
         Field("LoadLastOnStartup", "General", "AutoLoad", T::Boolean, "True",
               &AppSettings::AutoLoad)
@@ -63,6 +66,17 @@ PropertyTable<AppSettings> MakeTable() {
               &AppSettings::WallpaperCommand)
             .Optional()
             .Means("command that shows a background file; empty: gsettings or feh when found"),
+        P("MaxPicturePixels", "Limits", "MaxPicturePixels", T::Integer, pixels)
+            .Optional()
+            .Range(1, static_cast<double>(AppSettings::kMostPicturePixels))
+            .Units("pixels")
+            .Means("the largest picture file read, width x height; 0 or less: the default")
+            .Access([](const AppSettings& s) { return s.MaxPicturePixels; },
+                    [](AppSettings& s, std::int64_t value) {
+                        s.MaxPicturePixels = value < 1
+                                                 ? kDefaultMaxPicturePixels
+                                                 : std::min(value, AppSettings::kMostPicturePixels);
+                    }),
     });
 }
 

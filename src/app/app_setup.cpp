@@ -13,17 +13,6 @@ namespace tess {
 // Values that are not numbers take their defaults, with a warning naming the file and key.
 void LoadSetup(INI& ini, AppSettings& s) {
     AppSettingsProperties().Load(s, IniPlace{&ini, {}, {}});
-    const std::string pixels = ini.GetKey("Limits", "MaxPicturePixels", WriteDefault::No, "");
-    if (!pixels.empty()) {
-        const double value = Str2DblNI(pixels);
-        if (value >= 1) {
-            s.MaxPicturePixels = static_cast<std::int64_t>(std::min(value, 1e15));
-        } else {
-            LogWarning("settings file '{}': [Limits] MaxPicturePixels={} is not a number of "
-                       "pixels; {} is used",
-                       ini.File(), pixels, s.MaxPicturePixels);
-        }
-    }
     // One limit for the whole program, in force before any picture is read.
     SetMaxPicturePixels(s.MaxPicturePixels);
 }

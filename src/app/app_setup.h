@@ -32,6 +32,7 @@ struct AppSettings {
     std::string WallpaperCommand;
     // Section "Limits", read only when present: the most pixels a picture file may have.
     std::int64_t MaxPicturePixels = kDefaultMaxPicturePixels;
+    static constexpr std::int64_t kMostPicturePixels = 1'000'000'000'000'000;
 };
 
 void LoadSetup(INI& ini, AppSettings& settings);

@@ -19,8 +19,7 @@ class CanvasItem {
 public:
     static constexpr std::int32_t kTopLayer = 3;
     static constexpr std::int32_t kLastAlign = 8; // 0 top left ... 8 bottom right
-    static constexpr std::int32_t kPerPixelOpacity =
-        3; // opacity modes 0 additive, 1 negative, 2 merge
+    static constexpr std::int32_t kPerPixelOpacity = kOpacityPerPixel;
     static constexpr std::int32_t kMaxShadowSize = 4;
     static constexpr double kMaxInterval = 86400;
     static constexpr std::int32_t kMaxBaseTime = 86400;
@@ -47,9 +46,9 @@ public:
     // Percent, 0..100.
     std::int32_t Opacity() const { return opacity_; }
     void SetOpacity(std::int32_t value) { Mark(StoreLimited(opacity_, value, 0, 100)); }
-    std::int32_t OpacityMode() const { return opacity_mode_; }
+    tess::OpacityMode OpacityMode() const { return opacity_mode_; }
     void SetOpacityMode(std::int32_t value) {
-        Mark(StoreLimited(opacity_mode_, value, 0, kPerPixelOpacity));
+        Mark(StoreMode(opacity_mode_, value, kOpacityPerPixel));
     }
 
     // Degrees, 0 up to but not including 360: a full turn is no turn.
@@ -135,7 +134,7 @@ private:
     std::int32_t location_x_ = 0;
     std::int32_t location_y_ = 0;
     std::int32_t opacity_ = 100;
-    std::int32_t opacity_mode_ = 2;
+    tess::OpacityMode opacity_mode_ = kOpacityMerge;
     float rotation_angle_ = 0;
     bool shadow_ = false;
     std::int32_t shadow_offset_x_ = 2;

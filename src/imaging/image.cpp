@@ -107,8 +107,7 @@ void Image::SetOpacityValue(int percent) {
     shadow_dirty_ = true; // a fainter item casts a fainter shadow
 }
 
-void Image::SetOpacityMode(int mode) {
-    Limit(mode, 0, 3);
+void Image::SetOpacityMode(tess::OpacityMode mode) {
     if (mode == opacity_mode_) return;
     opacity_mode_ = mode;
     opacity_dirty_ = rotated_opacity_dirty_ = shadow_dirty_ = true;

@@ -12,6 +12,7 @@
 #include "imaging/alignment.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "imaging/kernels.h"
 #include "imaging/picture.h"
 #include "imaging/source_type.h"
 #include "imaging/transparent_color.h"
@@ -65,8 +66,8 @@ public:
 
     int OpacityValue() const { return opacity_value_; }
     void SetOpacityValue(int percent);
-    int OpacityMode() const { return opacity_mode_; }
-    void SetOpacityMode(int mode);
+    tess::OpacityMode OpacityMode() const { return opacity_mode_; }
+    void SetOpacityMode(tess::OpacityMode mode);
     int OpacityType() const { return opacity_type_; }
     void SetOpacityType(int type);
     const std::string& OpacityFileName() const { return opacity_file_name_; }
@@ -169,7 +170,7 @@ private:
     float rotation_angle_ = 0;
     int alignment_ = 0;
     int opacity_value_ = 100;
-    int opacity_mode_ = 2;
+    tess::OpacityMode opacity_mode_ = kOpacityMerge;
     int opacity_type_ = 0;
     std::string opacity_file_name_;
     int feather_width_ = 0, feather_radius_ = 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstdint>
 #include <utility>
 
 namespace tess {
@@ -32,6 +33,14 @@ template <typename T, typename Lo, typename Hi>
 bool StoreLimited(T& field, T value, Lo minimum, Hi maximum) {
     Limit(value, minimum, maximum);
     return StoreIfChanged(field, value);
+}
+
+// A mode kept as an enum and given as its number, from a file or a script: numbers past
+// either end take the nearest mode.
+template <typename E>
+bool StoreMode(E& field, std::int64_t number, E last) {
+    Limit(number, std::int64_t{0}, static_cast<std::int64_t>(last));
+    return StoreIfChanged(field, static_cast<E>(number));
 }
 
 } // namespace tess

@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "settings/ini_section.h"
+#include "settings/number_text.h"
 #include "settings/numbers.h"
 
 #include <algorithm>
@@ -216,11 +217,32 @@ std::string_view SectionOf(const IniPlace& place, const PropertyInfo& info) {
     return info.section.empty() ? place.section : info.section;
 }
 
+// An optional key is never written, so the default is only what it reads as when absent; a
+// number that is not one is warned of as any other key's would be.
+PropertyValue ReadOptionalKey(const IniPlace& place, const PropertyInfo& info,
+                              const std::string& key, std::string_view def) {
+    const std::string_view section = SectionOf(place, info);
+    std::string text = place.ini->GetKey(section, key, WriteDefault::No, def);
+    const bool integer = info.type == PropertyType::Integer;
+    if (!integer && info.type != PropertyType::Double && info.type != PropertyType::Single)
+        return text;
+    double value = 0;
+    if (text.empty()) text = std::string(def);
+    if (!ParseNumber(text, '.', value)) {
+        LogWarning("'{}' [{}] {}: '{}' is not a number; {} is used instead", place.ini->File(),
+                   section, key, text, def);
+        ParseNumber(def, '.', value);
+    }
+    if (!integer) return value;
+    constexpr double kMost = 9.2e18; // within std::int64_t
+    return static_cast<std::int64_t>(std::clamp(std::round(value), -kMost, kMost));
+}
+
 } // namespace
 
 PropertyValue ReadKey(const IniPlace& place, const PropertyInfo& info, std::string_view def) {
     const std::string key = KeyOf(place, info);
-    if (info.optional) return place.ini->GetKey(SectionOf(place, info), key, WriteDefault::No, def);
+    if (info.optional) return ReadOptionalKey(place, info, key, def);
     IniSection keys(*place.ini, SectionOf(place, info));
     switch (info.type) {
     case PropertyType::Boolean:

@@ -21,13 +21,13 @@ std::string OffsetText(double offset, std::string_view unit) {
 } // namespace
 
 void Schedule::SetScheduleMode(std::int32_t value) {
-    needs_saving_ |= StoreLimited(schedule_mode_, value, 0, 1);
+    needs_saving_ |= StoreMode(schedule_mode_, value, ScheduleKind::Window);
 }
 void Schedule::SetStartMode(std::int32_t value) {
-    needs_saving_ |= StoreLimited(start_mode_, value, 0, 2);
+    needs_saving_ |= StoreMode(start_mode_, value, WindowEnd::Sunset);
 }
 void Schedule::SetStopMode(std::int32_t value) {
-    needs_saving_ |= StoreLimited(stop_mode_, value, 0, 2);
+    needs_saving_ |= StoreMode(stop_mode_, value, WindowEnd::Sunset);
 }
 void Schedule::SetStartAbsoluteTime(double value) {
     needs_saving_ |= StoreLimited(start_absolute_time_, value, 0.0, kLatestTime);
@@ -49,7 +49,8 @@ void Schedule::SetStopSunsetOffset(double value) {
 }
 
 void Schedule::Reset() {
-    schedule_mode_ = start_mode_ = stop_mode_ = 0;
+    schedule_mode_ = ScheduleKind::AllDay;
+    start_mode_ = stop_mode_ = WindowEnd::Time;
     start_absolute_time_ = stop_absolute_time_ = 0;
     start_sunrise_offset_ = stop_sunrise_offset_ = 0;
     start_sunset_offset_ = stop_sunset_offset_ = 0;
@@ -58,14 +59,14 @@ void Schedule::Reset() {
 
 // Sun-relative ends are not wrapped into the day: sunset + 300 minutes may be 1.08, which no
 // time of day reaches, and is compared as it is.
-double Schedule::End(std::int32_t mode, double time, double sunrise_offset,
+double Schedule::End(WindowEnd mode, double time, double sunrise_offset,
                      double sunset_offset) const {
     switch (mode) {
-    case 0:
+    case WindowEnd::Time:
         return time;
-    case 1:
+    case WindowEnd::Sunrise:
         return sun_->Sunrise() + sunrise_offset / kMinutesPerDay;
-    case 2:
+    case WindowEnd::Sunset:
         return sun_->Sunset() + sunset_offset / kMinutesPerDay;
     }
     return 0;
@@ -83,27 +84,23 @@ bool Schedule::WindowOpen(double now) const {
 }
 
 bool Schedule::EnableNow(double now) {
-    bool open = false;
-    if (schedule_mode_ == 0) {
-        open = true;
-    } else if (schedule_mode_ == 1) {
-        open = WindowOpen(now);
-    }
+    const bool open = schedule_mode_ == ScheduleKind::AllDay || WindowOpen(now);
     if (open != last_state_ && canvas_index_ != 0 && redraw_) redraw_(canvas_index_);
     last_state_ = open;
     return open;
 }
 
 std::string Schedule::Description() const {
-    if (schedule_mode_ == 0) return "24-hours";
-    if (schedule_mode_ != 1) return {};
-    auto part = [](std::int32_t mode, double time, double sunrise_offset, double sunset_offset,
+    if (schedule_mode_ == ScheduleKind::AllDay) return "24-hours";
+    auto part = [](WindowEnd mode, double time, double sunrise_offset, double sunset_offset,
                    std::string_view sunrise_unit) -> std::string {
         switch (mode) {
-        case 1:
+        case WindowEnd::Sunrise:
             return "sunrise" + OffsetText(sunrise_offset, sunrise_unit);
-        case 2:
+        case WindowEnd::Sunset:
             return "sunset" + OffsetText(sunset_offset, " min");
+        case WindowEnd::Time:
+            break;
         }
         return FormatNI(time, "HH:MM:SS");
     };

@@ -14,6 +14,11 @@ namespace tess {
 class INI;
 class SunTimes;
 
+// On all day ("24-hours"), or from a start to a stop.
+enum class ScheduleKind : std::int32_t { AllDay = 0, Window = 1 };
+// What one end of the window is measured from.
+enum class WindowEnd : std::int32_t { Time = 0, Sunrise = 1, Sunset = 2 };
+
 class Schedule {
 public:
     static constexpr double kLatestTime = 0.99988427; // 23:59:50
@@ -21,9 +26,9 @@ public:
 
     explicit Schedule(SunTimes& sun) : sun_(&sun) {}
 
-    std::int32_t ScheduleMode() const { return schedule_mode_; } // 0 all day, 1 window
-    std::int32_t StartMode() const { return start_mode_; }       // 0 time, 1 sunrise, 2 sunset
-    std::int32_t StopMode() const { return stop_mode_; }
+    ScheduleKind ScheduleMode() const { return schedule_mode_; }
+    WindowEnd StartMode() const { return start_mode_; }
+    WindowEnd StopMode() const { return stop_mode_; }
     double StartAbsoluteTime() const { return start_absolute_time_; }
     double StopAbsoluteTime() const { return stop_absolute_time_; }
     double StartSunriseOffset() const { return start_sunrise_offset_; }
@@ -74,14 +79,14 @@ public:
     bool SaveSettings(INI& ini, std::string_view section) const;
 
 private:
-    double End(std::int32_t mode, double time, double sunrise_offset, double sunset_offset) const;
+    double End(WindowEnd mode, double time, double sunrise_offset, double sunset_offset) const;
     bool WindowOpen(double now) const;
 
     SunTimes* sun_;
     std::function<void(std::int32_t)> redraw_;
-    std::int32_t schedule_mode_ = 0;
-    std::int32_t start_mode_ = 0;
-    std::int32_t stop_mode_ = 0;
+    ScheduleKind schedule_mode_ = ScheduleKind::AllDay;
+    WindowEnd start_mode_ = WindowEnd::Time;
+    WindowEnd stop_mode_ = WindowEnd::Time;
     double start_absolute_time_ = 0;
     double stop_absolute_time_ = 0;
     double start_sunrise_offset_ = 0;

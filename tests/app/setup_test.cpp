@@ -102,6 +102,37 @@ TEST(AppSetup, ValuesThatAreNotNumbersAreWarnedAndTakeTheirDefaults) {
     EXPECT_EQ(text.find("ApplyCommand"), std::string::npos);
 }
 
+// The picture limit: never written; nonsense is warned, and 0 or less means the default
+// rather than refusing every picture.
+TEST(AppSetup, ThePicturePixelLimitIsReadOnlyWhenPresent) {
+    test::TempDir dir;
+    const std::string path = dir.File("Tessarolle.INI");
+    const std::pair<const char*, std::int64_t> cases[] = {
+        {"[Limits]\r\nMaxPicturePixels=1000\r\n", 1000},
+        {"[Limits]\r\nMaxPicturePixels=0\r\n", kDefaultMaxPicturePixels},
+        {"[Limits]\r\nMaxPicturePixels=many\r\n", kDefaultMaxPicturePixels},
+        {"[Limits]\r\nMaxPicturePixels=1e30\r\n", AppSettings::kMostPicturePixels},
+        {"[General]\r\nAutoLoad=True\r\n", kDefaultMaxPicturePixels},
+    };
+    for (const auto& [text, expected] : cases) {
+        test::WriteFileBytes(path, text);
+        INI ini(path);
+        AppSettings s;
+        s.MaxPicturePixels = 5;
+        testing::internal::CaptureStderr();
+        LoadSetup(ini, s);
+        const std::string warnings = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(s.MaxPicturePixels, expected) << text;
+        EXPECT_EQ(warnings.find("MaxPicturePixels") != std::string::npos,
+                  std::string_view(text).find("many") != std::string_view::npos)
+            << warnings;
+        SaveSetup(ini, s);
+        EXPECT_EQ(ReadFileBytes(path).find("MaxPicturePixels") != std::string::npos,
+                  std::string_view(text).find("[Limits]") != std::string_view::npos);
+    }
+    SetMaxPicturePixels(kDefaultMaxPicturePixels);
+}
+
 TEST(AppSetup, MainWindowPlanFollowsTheStartupMode) {
     AppSettings s;
     MainWindowPlan plan = PlanMainWindow(s); // defaults: maximized

@@ -38,8 +38,6 @@ TEST(Image, SettersClampAndStoreTheDocumentedValues) {
     image.SetStretchedWidthHeight(5000, 0);
     EXPECT_EQ(image.StretchedWidth(), 3000);
     EXPECT_EQ(image.StretchedHeight(), 1);
-    image.SetOpacityMode(7);
-    EXPECT_EQ(image.OpacityMode(), 3);
     image.SetShadowSize(0);
     EXPECT_EQ(image.ShadowSize(), 1);
     EXPECT_EQ(image.TransparentColorCount(), 1); // one entry, black

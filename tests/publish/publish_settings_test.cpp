@@ -37,7 +37,7 @@ TEST(FTPPushSettings, ClampsAndANewGridMakesTheNextUploadDueAtOnce) {
     EXPECT_EQ(push.Interval(), 5);
     EXPECT_EQ(push.Path(), "push.jpg");
     EXPECT_EQ(push.ServerName(), "");
-    EXPECT_EQ(push.Schedule().ScheduleMode(), 0);
+    EXPECT_EQ(push.Schedule().ScheduleMode(), ScheduleKind::AllDay);
     EXPECT_EQ(push.CanvasIndex(), 4);
 }
 

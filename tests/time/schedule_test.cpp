@@ -106,7 +106,7 @@ TEST_F(ScheduleTest, SettersClampAndMarkOnlyRealChanges) {
     EXPECT_FALSE(schedule_.NeedsSaving());
 
     schedule_.SetStartMode(5);
-    EXPECT_EQ(schedule_.StartMode(), 2);
+    EXPECT_EQ(schedule_.StartMode(), WindowEnd::Sunset);
     EXPECT_TRUE(schedule_.NeedsSaving());
     schedule_.SetStartSunriseOffset(-2000);
     EXPECT_EQ(schedule_.StartSunriseOffset(), -1440);
@@ -123,7 +123,7 @@ TEST_F(ScheduleTest, SettersClampAndMarkOnlyRealChanges) {
     EXPECT_FALSE(schedule_.NeedsSaving());
 
     schedule_.Reset();
-    EXPECT_EQ(schedule_.StartMode(), 0);
+    EXPECT_EQ(schedule_.StartMode(), WindowEnd::Time);
     EXPECT_EQ(schedule_.StartSunriseOffset(), 0);
     EXPECT_FALSE(schedule_.NeedsSaving()); // left as it was
 }
@@ -210,7 +210,7 @@ TEST(ScheduleSettings, MissingKeysAreWrittenAndBadValuesClamped) {
     Schedule schedule(sun);
     INI ini(dir.File("b.can"));
     schedule.LoadSettings(ini, "webserverschedule");
-    EXPECT_EQ(schedule.StartMode(), 2);
+    EXPECT_EQ(schedule.StartMode(), WindowEnd::Sunset);
     EXPECT_EQ(schedule.StartSunriseOffset(), -1440);
     EXPECT_EQ(schedule.StopAbsoluteTime(), 0);
     EXPECT_EQ(test::ReadFileBytes(dir.File("b.can")), "[WebServerSchedule]\r\n"
