@@ -27,7 +27,7 @@ unit=$root/usr/lib/systemd/system/tessarolle@.service
 for line in 'ExecStart=/usr/bin/tessarolle --headless' 'User=tessarolle' \
     'Restart=on-failure' 'ProtectSystem=strict' 'NoNewPrivileges=yes' \
     'StateDirectory=tessarolle/%i' 'WorkingDirectory=/var/lib/tessarolle/%i' \
-    'ExecReload=/bin/kill -HUP $MAINPID'; do
+    'ExecReload=/bin/kill -HUP $MAINPID' 'Environment=XDG_DATA_HOME=/var/lib/tessarolle/%i'; do
     grep -qxF "$line" "$unit" || fail "the unit lacks '$line'"
 done
 
@@ -53,4 +53,26 @@ done
 kill -TERM $demo 2>/dev/null || true
 wait $demo || fail "the installed demo did not run: $(cat "$scratch/site.err")"
 [ -f "$scratch/site/images/hillcam.jpg" ] || fail "the installed demo made no picture"
+# The desktop background under the unit: the user's home is read-only there (a plain file
+# stands in for it here), and the unit's environment puts the pictures in the site's folder.
+"$root/usr/bin/tessarolle" -C "$scratch/site" canvas set hillcam.can Background \
+    BackgroundEnabled True >/dev/null || fail "canvas set"
+"$root/usr/bin/tessarolle" -C "$scratch/site" canvas set hillcam.can Background \
+    BackgroundRate 1 >/dev/null || fail "canvas set"
+data=$(sed -n 's/^Environment=XDG_DATA_HOME=//p' "$unit")
+touch "$scratch/not-a-home"
+env -u DISPLAY -u WAYLAND_DISPLAY HOME="$scratch/not-a-home" \
+    XDG_DATA_HOME="${data//\/var\/lib\/tessarolle\/%i/$scratch/site}" \
+    "$root/usr/bin/tessarolle" -C "$scratch/site" run demo.por --for 60 --headless \
+    2>"$scratch/wallpaper.err" &
+demo=$!
+wallpaper=$scratch/site/tessarolle/TessarolleWallPaper.jpg
+for _ in $(seq 300); do
+    [ -f "$wallpaper" ] && break
+    kill -0 $demo 2>/dev/null || break
+    sleep 0.1
+done
+kill -TERM $demo 2>/dev/null || true
+wait $demo || fail "the demo with a wallpaper ended: $(cat "$scratch/wallpaper.err")"
+[ -f "$wallpaper" ] || fail "no wallpaper in the site's folder: $(cat "$scratch/wallpaper.err")"
 echo "check-install: ok"
