@@ -1,5 +1,6 @@
 #include "app/commands.h"
 
+#include "app/check_command.h"
 #include "app/document_commands.h"
 #include "app/feeds_command.h"
 #include "app/keys_command.h"
@@ -17,7 +18,8 @@ const std::vector<AddSubcommand>& Subcommands() {
     static const std::vector<AddSubcommand> all = {
         AddRunCommand,   AddRenderCommand,  AddPortfolioCommand, AddCanvasCommand,
         AddSunCommand,   AddStationCommand, AddTagsCommand,      AddDemoCommand,
-        AddFeedsCommand, AddScriptCommand,  AddUploadCommand,    AddKeysCommand};
+        AddFeedsCommand, AddScriptCommand,  AddUploadCommand,    AddKeysCommand,
+        AddCheckCommand};
     return all;
 }
 

@@ -1,6 +1,7 @@
 #include "app/document_commands.h"
 
 #include "app/application.h"
+#include "app/canvas_edit_command.h"
 #include "app/console_ui.h"
 #include "app/error_report.h"
 #include "app/file_command_support.h"
@@ -255,6 +256,7 @@ void AddCanvasCommand(CLI::App& cli, int& status) {
          {"save-as", "Save a canvas under another file name", true, false, true},
          {"remove", "Take a canvas out of the portfolio (its file stays)", false, false, true}},
         true, RunCanvasCommand, status);
+    AddCanvasEditCommands(*canvas, status);
 }
 
 } // namespace tess

@@ -15,6 +15,8 @@ inline constexpr int kExitUsage = 2;
 inline constexpr int kExitAlreadyRunning = 3;
 // --require-web was given and the web server could not listen (or is switched off).
 inline constexpr int kExitWebFailed = 4;
+// `check` found problems in the site's files (each printed on its own line).
+inline constexpr int kExitProblemsFound = 5;
 // An unexpected failure ended in the "Error Debug Report".
 inline constexpr int kExitErrorReport = 70;
 

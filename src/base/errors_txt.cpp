@@ -8,8 +8,17 @@
 
 namespace tess {
 
+namespace {
+bool g_enabled = true;
+}
+
+void SetErrorsTxtEnabled(bool enabled) {
+    g_enabled = enabled;
+}
+
 void AppendErrorsTxt(std::string_view module, std::string_view procedure, int line,
                      std::string_view values) {
+    if (!g_enabled) return;
     std::string text = fmt::format("Error {} (Sub {} ), Time={}, Line={}, Values={}\r\n", module,
                                    procedure, WallClockText(), line, values);
     // Non-blocking and regular files only: a FIFO named errors.txt must not stop the program.

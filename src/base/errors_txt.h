@@ -8,6 +8,9 @@
 namespace tess {
 
 // Writes "Error <module> (Sub <procedure> ), Time=<now>, Line=<line>, Values=<values>".
+// Off for commands that only look at the files (check): their findings are reported, not kept.
+void SetErrorsTxtEnabled(bool enabled);
+
 void AppendErrorsTxt(std::string_view module, std::string_view procedure, int line,
                      std::string_view values);
 

@@ -21,6 +21,7 @@ struct LogState {
     LogLevel level = LogLevel::Info;
     LogLevel stderr_level = LogLevel::Info;
     bool journal = StderrIsJournal();
+    LogCapture* capture = nullptr;
 };
 
 LogState& State() {
@@ -143,9 +144,12 @@ void LogUseJournalFormat(bool value) {
 
 void LogWrite(LogLevel level, std::string_view text, LogTarget target) {
     LogState& s = State();
+    // Captured whatever the level: the command reports these itself.
+    const bool captured = s.capture && level >= LogLevel::Warning && target == LogTarget::Both;
+    if (captured) s.capture->Add(level, text);
     if (level < s.level) return;
     std::string line = fmt::format("{} {}: {}\n", WallClockText(), LevelName(level), text);
-    if (target == LogTarget::Both && level >= s.stderr_level) {
+    if (!captured && target == LogTarget::Both && level >= s.stderr_level) {
         if (s.journal) {
             const std::string lines = JournalLines(level, text);
             std::fwrite(lines.data(), 1, lines.size(), stderr);
@@ -159,6 +163,14 @@ void LogWrite(LogLevel level, std::string_view text, LogTarget target) {
         s.written += line.size();
         RotateIfFull(s);
     }
+}
+
+LogCapture::LogCapture() : outer_(State().capture) {
+    State().capture = this;
+}
+
+LogCapture::~LogCapture() {
+    State().capture = outer_;
 }
 
 } // namespace tess

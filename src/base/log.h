@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -47,6 +48,29 @@ template <typename... Args>
 void LogError(fmt::format_string<Args...> f, Args&&... args) {
     LogWrite(LogLevel::Error, fmt::format(f, std::forward<Args>(args)...));
 }
+
+// While one exists, warnings and errors are collected here instead of going to stderr (the
+// log file still gets them): for commands that report the problems they found themselves.
+class LogCapture {
+public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    struct Entry {
+        LogLevel level;
+        std::string text;
+    };
+    const std::vector<Entry>& Entries() const { return entries_; }
+    void Add(LogLevel level, std::string_view text) {
+        entries_.push_back({level, std::string(text)});
+    }
+
+private:
+    std::vector<Entry> entries_;
+    LogCapture* outer_ = nullptr;
+};
 
 // Local wall-clock time as "YYYY-MM-DD HH:MM:SS", for log lines and error files.
 std::string WallClockText();

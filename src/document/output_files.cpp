@@ -31,15 +31,24 @@ long long Centiseconds(double date) {
     return static_cast<long long>(std::floor(date * 8640000.0 + 0.001));
 }
 
+// Under the systemd unit everything but the site's folder is read-only: say so, since
+// "Read-only file system" for a disk that is not read-only puzzles.
+std::string ReadOnlyHint(std::string_view reason) {
+    if (reason.find(std::strerror(EROFS)) == std::string_view::npos) return {};
+    return " (under the tessarolle@ service only the site's folder can be written: put the "
+           "file there, or allow its folder with ReadWritePaths= in a drop-in)";
+}
+
 void MakeParentFolder(const std::string& path, std::string_view what) {
     const fs::path parent = fs::path(path).parent_path();
     if (parent.empty()) return;
     std::error_code ec;
     fs::create_directories(parent, ec);
     if (ec) {
-        Fail(ErrorNumber::PathNotFound,
-             fmt::format("the {} '{}' could not be written: its folder '{}' could not be made: {}",
-                         what, path, parent.string(), ec.message()));
+        Fail(
+            ErrorNumber::PathNotFound,
+            fmt::format("the {} '{}' could not be written: its folder '{}' could not be made: {}{}",
+                        what, path, parent.string(), ec.message(), ReadOnlyHint(ec.message())));
     }
 }
 
@@ -93,7 +102,7 @@ void WriteOutputFile(const std::string& path, std::span<const std::uint8_t> byte
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (!WriteFileAtomic(path, text, &error, Durability::Unsynced))
         Fail(ErrorNumber::PathFileAccess,
-             fmt::format("the {} could not be written: {}", what, error));
+             fmt::format("the {} could not be written: {}{}", what, error, ReadOnlyHint(error)));
 }
 
 void ShiftCascade(const std::string& fixed_file, int count) {

@@ -42,8 +42,9 @@ public:
     // Reads the file: the weather input first, then the canvases (each canvas file loaded),
     // the video feeds that name a device, the web server, and the script settings last, so
     // that scripting starts with everything else in place. A missing file gives all defaults
-    // and no canvases. NeedSaving is false afterwards.
-    void LoadFile();
+    // and no canvases. NeedSaving is false afterwards. With `Canvas::FileAccess::ReadOnly`
+    // neither the portfolio file nor a canvas file is written (a check of the files).
+    void LoadFile(tess::Canvas::FileAccess access = tess::Canvas::FileAccess::ReadWrite);
     // Writes the portfolio file (not the canvases); false when it could not be written.
     bool SaveFile();
     // Saves every canvas in use that is enabled and has changes; false when one of them
@@ -116,8 +117,8 @@ public:
 private:
     void LoadKarvell();
     void SaveKarvell();
-    void LoadCanvases();
-    void LoadListedCanvas(tess::Canvas& canvas, int slot);
+    void LoadCanvases(tess::Canvas::FileAccess access);
+    void LoadListedCanvas(tess::Canvas& canvas, int slot, tess::Canvas::FileAccess access);
     void SaveCanvasList();
     void LoadVideoFeeds();
     void SaveVideoFeeds();

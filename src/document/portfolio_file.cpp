@@ -48,17 +48,19 @@ void WarnIfNoPortfolioIn(INI& ini, const std::string& path) {
 
 } // namespace
 
-void Portfolio::LoadFile() {
+void Portfolio::LoadFile(tess::Canvas::FileAccess access) {
     if (file_name_.empty()) return;
     const std::string path = PathFromSettings(file_name_);
-    if (std::error_code ec; !std::filesystem::exists(path, ec))
+    const bool read_only = access == tess::Canvas::FileAccess::ReadOnly;
+    if (std::error_code ec; !std::filesystem::exists(path, ec) && !read_only)
         LogWarning("portfolio file '{}' does not exist; it is created with the defaults", path);
     ini_.SetFile(path);
+    if (read_only) ini_.SetReadOnly();
     {
         IniBatch batch(ini_);
         WarnIfNoPortfolioIn(ini_, path);
         LoadKarvell();
-        LoadCanvases();
+        LoadCanvases(access);
         LoadVideoFeeds();
         LoadWebServer();
         LoadScripting();
@@ -106,13 +108,13 @@ void Portfolio::SaveKarvell() {
     NoteWrite(KarvellProperties().Save(karvell_, IniPlace{&ini_, kKarvell, {}}));
 }
 
-void Portfolio::LoadCanvases() {
+void Portfolio::LoadCanvases(tess::Canvas::FileAccess access) {
     for (int slot = 1; slot <= kCanvasSlots; ++slot) {
         const std::string section = CanvasSection(slot);
         tess::Canvas& canvas = *canvases_[slot];
         CanvasSlotProperties().Load(canvas, IniPlace{&ini_, section, {}});
         if (canvas.FileName().empty()) continue;
-        LoadListedCanvas(canvas, slot);
+        LoadListedCanvas(canvas, slot, access);
         canvas.SetEnabled(true);
         canvas.SetVisible(true);
     }
@@ -121,10 +123,10 @@ void Portfolio::LoadCanvases() {
 // A canvas file that is missing is an error the user has to see (a portfolio run from
 // another folder finds none of its canvases): the canvas runs with its defaults, and no
 // file is made for it until the user saves.
-void Portfolio::LoadListedCanvas(tess::Canvas& canvas, int slot) {
+void Portfolio::LoadListedCanvas(tess::Canvas& canvas, int slot, tess::Canvas::FileAccess access) {
     const std::string path = PathFromSettings(canvas.FileName());
     if (std::error_code ec; std::filesystem::exists(path, ec)) {
-        canvas.LoadFile();
+        canvas.LoadFile(access);
         return;
     }
     LogError("portfolio '{}': the canvas file '{}' of slot {} does not exist (relative names are "

@@ -27,7 +27,7 @@ unit=$root/usr/lib/systemd/system/tessarolle@.service
 for line in 'ExecStart=/usr/bin/tessarolle --headless' 'User=tessarolle' \
     'Restart=on-failure' 'ProtectSystem=strict' 'NoNewPrivileges=yes' \
     'StateDirectory=tessarolle/%i' 'WorkingDirectory=/var/lib/tessarolle/%i' \
-    'ExecReload=/bin/kill -HUP $MAINPID'; do
+    'ExecReload=/bin/kill -HUP $MAINPID' 'Environment=XDG_DATA_HOME=/var/lib/tessarolle/%i'; do
     grep -qxF "$line" "$unit" || fail "the unit lacks '$line'"
 done
 
@@ -40,17 +40,40 @@ verify=$(systemd-analyze verify --man=no "$scratch/opt/lib/systemd/system/tessar
     fail "systemd-analyze verify: $verify"
 [ -z "$verify" ] || fail "systemd-analyze verify: $verify"
 
-# The installed demo runs and makes its picture (a loaded machine may take a while).
+# Runs the installed demo (with `env` settings first) until FILE appears, then stops it:
+# run_demo_until FILE ERRORS [NAME=VALUE...]. A loaded machine may take a while.
+run_demo_until() {
+    local file=$1 errors=$2
+    shift 2
+    env -u DISPLAY -u WAYLAND_DISPLAY "$@" "$root/usr/bin/tessarolle" -C "$scratch/site" \
+        run demo.por --for 60 --headless 2>"$errors" &
+    local demo=$!
+    for _ in $(seq 300); do
+        [ -f "$file" ] && break
+        kill -0 $demo 2>/dev/null || break
+        sleep 0.1
+    done
+    kill -TERM $demo 2>/dev/null || true
+    wait $demo
+}
+
 cp -r "$root/usr/share/tessarolle/demo" "$scratch/site"
-"$root/usr/bin/tessarolle" -C "$scratch/site" run demo.por --for 60 --headless \
-    2>"$scratch/site.err" &
-demo=$!
-for _ in $(seq 300); do
-    [ -f "$scratch/site/images/hillcam.jpg" ] && break
-    kill -0 $demo 2>/dev/null || break
-    sleep 0.1
-done
-kill -TERM $demo 2>/dev/null || true
-wait $demo || fail "the installed demo did not run: $(cat "$scratch/site.err")"
+run_demo_until "$scratch/site/images/hillcam.jpg" "$scratch/site.err" ||
+    fail "the installed demo did not run: $(cat "$scratch/site.err")"
 [ -f "$scratch/site/images/hillcam.jpg" ] || fail "the installed demo made no picture"
+
+# The desktop background under the unit: the user's home is read-only there (a plain file
+# stands in for it here), and the unit's environment puts the pictures in the site's folder.
+for setting in "BackgroundEnabled True" "BackgroundRate 1"; do
+    # shellcheck disable=SC2086
+    "$root/usr/bin/tessarolle" -C "$scratch/site" canvas set hillcam.can Background $setting \
+        >/dev/null || fail "canvas set $setting"
+done
+data=$(sed -n 's/^Environment=XDG_DATA_HOME=//p' "$unit")
+touch "$scratch/not-a-home"
+wallpaper=$scratch/site/tessarolle/TessarolleWallPaper.jpg
+run_demo_until "$wallpaper" "$scratch/wallpaper.err" HOME="$scratch/not-a-home" \
+    XDG_DATA_HOME="${data//\/var\/lib\/tessarolle\/%i/$scratch/site}" ||
+    fail "the demo with a wallpaper ended: $(cat "$scratch/wallpaper.err")"
+[ -f "$wallpaper" ] || fail "no wallpaper in the site's folder: $(cat "$scratch/wallpaper.err")"
 echo "check-install: ok"
