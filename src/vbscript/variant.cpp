@@ -12,7 +12,12 @@ namespace {
 
 // Freed string boxes kept for the next strings, up to a bound, per thread. Sanitizer builds
 // use the allocator directly so that a use after free is still caught.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TESS_VBS_ASAN 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(TESS_VBS_ASAN)
 constexpr std::size_t kSpareBoxes = 0;
 #else
 constexpr std::size_t kSpareBoxes = 4096;
