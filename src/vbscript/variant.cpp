@@ -30,8 +30,9 @@ thread_local bool spare_closed = false;
 
 struct SpareOwner {
     ~SpareOwner() {
-        for (void* box : *spare)
-            ::operator delete(box);
+        if (spare)
+            for (void* box : *spare)
+                ::operator delete(box);
         delete spare;
         spare = nullptr;
         spare_closed = true;
