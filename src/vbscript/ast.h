@@ -14,6 +14,7 @@
 namespace tess::vbs {
 
 struct ClassDef;
+struct GlobalEntry;
 struct Procedure;
 
 struct Constant {
@@ -47,6 +48,7 @@ struct NameExpr : Expr {
     bool parens = false; // written with "(...)", even empty
     Scope scope = Scope::Unresolved;
     int index = 0;
+    GlobalEntry* global = nullptr; // the entry of a Global name
 };
 
 struct MemberExpr : Expr {

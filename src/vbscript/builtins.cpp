@@ -30,6 +30,12 @@ Variant Str(std::string s) {
 std::string S(const Variant& v) {
     return ToString(v);
 }
+// An argument's text read in place when it already is a string: long texts are not copied.
+std::string_view View(const Variant& v, std::string& scratch) {
+    if (v.IsString()) return v.text();
+    scratch = ToString(v);
+    return scratch;
+}
 long L(const Variant& v) {
     return ToLong(v);
 }
@@ -46,7 +52,8 @@ std::string CheckedRepeat(long count, char c) {
 // ---- strings
 Variant Len(Interpreter&, Args a) {
     if (a[0].IsNull()) return Variant::Null();
-    return Variant::Long(static_cast<std::int32_t>(S(a[0]).size()));
+    std::string scratch;
+    return Variant::Long(static_cast<std::int32_t>(View(a[0], scratch).size()));
 }
 Variant Left(Interpreter&, Args a) {
     if (a[0].IsNull()) return Variant::Null();
@@ -75,10 +82,28 @@ Variant Mid(Interpreter&, Args a) {
 int CompareMode(Args a, std::size_t i) {
     return Missing(a, i) ? 0 : static_cast<int>(L(a[i]));
 }
-std::size_t Find(const std::string& hay, const std::string& needle, std::size_t from, bool text) {
+std::size_t Find(std::string_view hay, std::string_view needle, std::size_t from, bool text) {
     if (!text) return hay.find(needle, from);
     return ToLowerAscii(hay).find(ToLowerAscii(needle), from);
 }
+// Repeated searches of one text: in text mode both sides are lower-cased once, not per hit.
+class Search {
+public:
+    Search(std::string_view hay, std::string_view needle, bool text) : hay_(hay), needle_(needle) {
+        if (!text) return;
+        lower_hay_ = ToLowerAscii(hay);
+        lower_needle_ = ToLowerAscii(needle);
+        hay_ = lower_hay_;
+        needle_ = lower_needle_;
+    }
+    Search(const Search&) = delete;
+    Search& operator=(const Search&) = delete;
+    std::size_t From(std::size_t pos) const { return hay_.find(needle_, pos); }
+
+private:
+    std::string lower_hay_, lower_needle_;
+    std::string_view hay_, needle_;
+};
 Variant InStr(Interpreter&, Args a) {
     // InStr([start,] string1, string2[, compare])
     long start = 1;
@@ -90,7 +115,8 @@ Variant InStr(Interpreter&, Args a) {
     }
     if (start < 1) Raise(err::kIllegalCall);
     if (a[i].IsNull() || a[i + 1].IsNull()) return Variant::Null();
-    const std::string hay = S(a[i]), needle = S(a[i + 1]);
+    std::string hay_scratch, needle_scratch;
+    const std::string_view hay = View(a[i], hay_scratch), needle = View(a[i + 1], needle_scratch);
     if (static_cast<std::size_t>(start) > hay.size()) return Variant::Long(0);
     if (needle.empty()) return Variant::Long(start);
     const std::size_t p = Find(hay, needle, start - 1, CompareMode(a, i + 2) == 1);
@@ -114,26 +140,29 @@ Variant InStrRev(Interpreter&, Args a) {
 }
 Variant Replace(Interpreter&, Args a) {
     if (a[0].IsNull()) return Variant::Null();
-    const std::string s = S(a[0]), find = S(a[1]), with = S(a[2]);
+    std::string s_scratch, find_scratch, with_scratch;
+    const std::string_view s = View(a[0], s_scratch), find = View(a[1], find_scratch),
+                           with = View(a[2], with_scratch);
     const long start = Missing(a, 3) ? 1 : L(a[3]);
     long count = Missing(a, 4) ? -1 : L(a[4]);
     const bool text = CompareMode(a, 5) == 1;
     if (start < 1 || count < -1) Raise(err::kIllegalCall);
     if (static_cast<std::size_t>(start) > s.size()) return Str("");
-    std::string src = s.substr(start - 1);
-    if (find.empty() || count == 0) return Str(src);
+    const std::string_view src = s.substr(start - 1);
+    if (find.empty() || count == 0) return Str(std::string(src));
+    const Search search(src, find, text);
     std::string out;
     std::size_t pos = 0;
     while (count != 0) {
-        const std::size_t hit = Find(src, find, pos, text);
+        const std::size_t hit = search.From(pos);
         if (hit == std::string::npos) break;
-        out.append(src, pos, hit - pos);
+        out.append(src.substr(pos, hit - pos));
         out += with;
         if (out.size() > kMaxStringBytes) Raise(err::kOutOfStringSpace);
         pos = hit + find.size();
         if (count > 0) --count;
     }
-    out.append(src, pos, std::string::npos);
+    out.append(src.substr(pos));
     return Str(std::move(out));
 }
 Variant MakeArray(std::vector<Variant> items) {
@@ -145,21 +174,23 @@ Variant MakeArray(std::vector<Variant> items) {
 }
 Variant SplitFn(Interpreter&, Args a) {
     if (a[0].IsNull()) Raise(err::kInvalidUseOfNull);
-    const std::string s = S(a[0]);
-    const std::string delim = Missing(a, 1) ? " " : S(a[1]);
+    std::string s_scratch, delim_scratch = " ";
+    const std::string_view s = View(a[0], s_scratch);
+    const std::string_view delim = Missing(a, 1) ? delim_scratch : View(a[1], delim_scratch);
     long limit = Missing(a, 2) ? -1 : L(a[2]);
     const bool text = CompareMode(a, 3) == 1;
     std::vector<Variant> parts;
     if (s.empty()) return MakeArray({});
-    if (delim.empty()) return MakeArray({Str(s)});
+    if (delim.empty()) return MakeArray({Str(std::string(s))});
+    const Search search(s, delim, text);
     std::size_t pos = 0;
     while (limit < 0 || static_cast<long>(parts.size()) + 1 < limit) {
-        const std::size_t hit = Find(s, delim, pos, text);
+        const std::size_t hit = search.From(pos);
         if (hit == std::string::npos) break;
-        parts.push_back(Str(s.substr(pos, hit - pos)));
+        parts.push_back(Str(std::string(s.substr(pos, hit - pos))));
         pos = hit + delim.size();
     }
-    parts.push_back(Str(s.substr(pos)));
+    parts.push_back(Str(std::string(s.substr(pos))));
     return MakeArray(std::move(parts));
 }
 const ArrayBox& ArrayArg(const Variant& v) {
@@ -168,11 +199,17 @@ const ArrayBox& ArrayArg(const Variant& v) {
 }
 Variant Join(Interpreter&, Args a) {
     const ArrayBox& box = ArrayArg(a[0]);
-    const std::string delim = Missing(a, 1) ? " " : S(a[1]);
+    std::string delim_scratch = " ", item_scratch;
+    const std::string_view delim = Missing(a, 1) ? delim_scratch : View(a[1], delim_scratch);
+    // Sized first when every item is a string, so the result is built without regrowing.
+    std::size_t total = 0;
+    for (const Variant& item : box.items)
+        total += (item.IsString() ? item.text().size() : 0) + delim.size();
     std::string out;
+    out.reserve(std::min(total, kMaxStringBytes));
     for (std::size_t i = 0; i < box.items.size(); ++i) {
         if (i) out += delim;
-        out += S(box.items[i]);
+        out += View(box.items[i], item_scratch);
         if (out.size() > kMaxStringBytes) Raise(err::kOutOfStringSpace);
     }
     return Str(std::move(out));

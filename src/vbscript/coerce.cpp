@@ -190,15 +190,4 @@ std::string ToString(const Variant& in) {
     }
 }
 
-Variant FitWhole(std::int64_t value, int narrowest_rank) {
-    if (narrowest_rank <= 1 && value >= 0 && value <= 255)
-        return Variant::Byte(static_cast<int>(value));
-    if (narrowest_rank <= 2 && value >= -32768 && value <= 32767)
-        return Variant::Integer(static_cast<int>(value));
-    if (value >= std::numeric_limits<std::int32_t>::min() &&
-        value <= std::numeric_limits<std::int32_t>::max())
-        return Variant::Long(static_cast<std::int32_t>(value));
-    return Variant::Double(static_cast<double>(value));
-}
-
 } // namespace tess::vbs

@@ -33,6 +33,23 @@ std::string DateToString(double date);
 std::string DoubleToString(double value);
 std::string CurrencyToString(std::int64_t scaled);
 // A double as the narrowest whole subtype that holds it, else a Double.
-Variant FitWhole(std::int64_t value, int narrowest_rank);
+// Whether an If or loop condition holds: Null counts as False.
+inline bool Truth(const Variant& v) {
+    const Variant& d = v.Deref();
+    if (d.IsNull()) return false;
+    if (d.tag() == Variant::Tag::Boolean) return d.whole() != 0;
+    return ToBool(d);
+}
+
+// Inline: every whole-number operation ends here.
+inline Variant FitWhole(std::int64_t value, int narrowest_rank) {
+    if (narrowest_rank <= 1 && value >= 0 && value <= 255)
+        return Variant::Byte(static_cast<int>(value));
+    if (narrowest_rank <= 2 && value >= -32768 && value <= 32767)
+        return Variant::Integer(static_cast<int>(value));
+    if (value >= INT32_MIN && value <= INT32_MAX)
+        return Variant::Long(static_cast<std::int32_t>(value));
+    return Variant::Double(static_cast<double>(value));
+}
 
 } // namespace tess::vbs

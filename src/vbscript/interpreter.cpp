@@ -9,6 +9,14 @@
 
 namespace tess::vbs {
 
+namespace {
+
+bool IsShortOrLong(const Variant& v) {
+    return v.tag() == Variant::Tag::Integer || v.tag() == Variant::Tag::Long;
+}
+
+} // namespace
+
 Interpreter::Interpreter() : stack_(kMaxLocalSlots) {
     err = new ErrObject;
     err->AddRef();
@@ -82,12 +90,70 @@ std::vector<Variant> Interpreter::EvalArgs(const ExprList& args) {
     return values;
 }
 
+// The variable a plain name stands for when reading it runs no code, else nullptr.
+[[gnu::always_inline]] inline const Variant* Interpreter::PlainVariable(const Expr& e) const {
+    if (e.kind != ExprKind::Name) return nullptr;
+    const auto& n = static_cast<const NameExpr&>(e);
+    if (!n.args.empty()) return nullptr;
+    if (n.scope == Scope::Local) return &frame->locals[n.index].Deref();
+    if (n.scope != Scope::Global) return nullptr;
+    const GlobalEntry& g = *n.global;
+    if (g.proc || g.host || g.cls || (!g.declared && option_explicit)) return nullptr;
+    return &g.value;
+}
+
+// A constant or a variable whose reading runs no code, read in place; else nullptr.
+[[gnu::always_inline]] inline const Variant* Interpreter::PlainOperand(const Expr& e) const {
+    if (e.kind == ExprKind::Constant) return &static_cast<const ConstantExpr&>(e).value;
+    return PlainVariable(e);
+}
+
+// Integer and Long operands read in place, the bulk of loop counters and arithmetic, are
+// worked out here; everything else takes the general path.
+[[gnu::always_inline]] inline bool Interpreter::QuickBinary(const BinaryExpr& b, Variant& out) {
+    const Variant* x = PlainOperand(*b.left);
+    const Variant* y = x ? PlainOperand(*b.right) : nullptr;
+    if (y && IsShortOrLong(*x) && IsShortOrLong(*y)) {
+        const std::int64_t a = x->whole(), c = y->whole();
+        const bool both_integer =
+            x->tag() == Variant::Tag::Integer && y->tag() == Variant::Tag::Integer;
+        const int rank = both_integer ? 2 : 3;
+        switch (b.op) {
+        case BinaryOp::Add:
+            out = FitWhole(a + c, rank);
+            return true;
+        case BinaryOp::Subtract:
+            out = FitWhole(a - c, rank);
+            return true;
+        case BinaryOp::Multiply:
+            out = FitWhole(a * c, rank);
+            return true;
+        case BinaryOp::Equal:
+        case BinaryOp::NotEqual:
+        case BinaryOp::Less:
+        case BinaryOp::LessEqual:
+        case BinaryOp::Greater:
+        case BinaryOp::GreaterEqual:
+            out = Variant::Boolean(CompareWhole(b.op, x->whole(), y->whole()));
+            return true;
+        default:
+            break;
+        }
+    }
+    return false;
+}
+
 Variant Interpreter::Eval(const Expr& e) {
     switch (e.kind) {
     case ExprKind::Constant:
         return static_cast<const ConstantExpr&>(e).value;
-    case ExprKind::Name:
-        return EvalName(static_cast<const NameExpr&>(e));
+    case ExprKind::Name: {
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Local && n.args.empty()) return frame->locals[n.index].Deref();
+        if (n.scope == Scope::Global && n.global->proc)
+            return CallProcedure(*n.global->proc, nullptr, n.args);
+        return EvalName(n);
+    }
     case ExprKind::Member:
         return EvalMember(static_cast<const MemberExpr&>(e), InvokeKind::Get);
     case ExprKind::Index:
@@ -99,8 +165,12 @@ Variant Interpreter::Eval(const Expr& e) {
         if (u.op == UnaryOp::Not) return Not(v);
         return std::move(v.Deref());
     }
-    case ExprKind::Binary:
-        return EvalBinary(static_cast<const BinaryExpr&>(e));
+    case ExprKind::Binary: {
+        const auto& b = static_cast<const BinaryExpr&>(e);
+        Variant out;
+        if (QuickBinary(b, out)) return out;
+        return EvalBinary(b);
+    }
     case ExprKind::New:
         return EvalNew(static_cast<const NewExpr&>(e));
     case ExprKind::Me:
@@ -110,12 +180,15 @@ Variant Interpreter::Eval(const Expr& e) {
     Raise(err::kTypeMismatch);
 }
 
-// Operands that are constants or plain locals are read in place rather than copied.
-const Variant& Interpreter::Operand(const Expr& e, Variant& scratch) {
+// Constants and plain variables are read in place rather than copied. The left operand is
+// read in place only when the right one runs no code that could change it meanwhile.
+[[gnu::always_inline]] inline const Variant& Interpreter::Operand(const Expr& e, Variant& scratch,
+                                                                  bool in_place) {
     if (e.kind == ExprKind::Constant) return static_cast<const ConstantExpr&>(e).value;
-    if (e.kind == ExprKind::Name) {
-        const auto& n = static_cast<const NameExpr&>(e);
-        if (n.scope == Scope::Local && n.args.empty()) return frame->locals[n.index].Deref();
+    if (const Variant* v = PlainVariable(e)) {
+        if (in_place) return *v;
+        scratch = *v;
+        return scratch;
     }
     scratch = Eval(e);
     return scratch.Deref();
@@ -123,8 +196,9 @@ const Variant& Interpreter::Operand(const Expr& e, Variant& scratch) {
 
 Variant Interpreter::EvalBinary(const BinaryExpr& b) {
     Variant left_scratch, right_scratch;
-    const Variant& l = Operand(*b.left, left_scratch);
-    const Variant& r = Operand(*b.right, right_scratch);
+    const bool left_in_place = b.right->kind == ExprKind::Constant || PlainVariable(*b.right);
+    const Variant& l = Operand(*b.left, left_scratch, left_in_place);
+    const Variant& r = Operand(*b.right, right_scratch, true);
     switch (b.op) {
     case BinaryOp::Add:
     case BinaryOp::Subtract:
@@ -132,8 +206,7 @@ Variant Interpreter::EvalBinary(const BinaryExpr& b) {
         // Small whole numbers stay out of the general path.
         const Variant& x = l.Deref();
         const Variant& y = r.Deref();
-        if ((x.tag() == Variant::Tag::Integer || x.tag() == Variant::Tag::Long) &&
-            (y.tag() == Variant::Tag::Integer || y.tag() == Variant::Tag::Long)) {
+        if (IsShortOrLong(x) && IsShortOrLong(y)) {
             const std::int64_t a = x.whole(), c = y.whole();
             const int rank = x.tag() == Variant::Tag::Long || y.tag() == Variant::Tag::Long ? 3 : 2;
             const std::int64_t v = b.op == BinaryOp::Add        ? a + c
@@ -147,9 +220,13 @@ Variant Interpreter::EvalBinary(const BinaryExpr& b) {
     case BinaryOp::Mod: {
         const Variant& x = l.Deref();
         const Variant& y = r.Deref();
-        if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer && y.whole() != 0)
-            return Variant::Integer(b.op == BinaryOp::Mod ? x.whole() % y.whole()
-                                                          : x.whole() / y.whole());
+        if (IsShortOrLong(x) && IsShortOrLong(y) && y.whole() != 0 && y.whole() != -1) {
+            const std::int32_t r =
+                b.op == BinaryOp::Mod ? x.whole() % y.whole() : x.whole() / y.whole();
+            const bool both_integer =
+                x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer;
+            return both_integer ? Variant::Integer(r) : Variant::Long(r);
+        }
         return Arithmetic(b.op, l, r);
     }
     case BinaryOp::Divide:
@@ -172,26 +249,28 @@ Variant Interpreter::EvalBinary(const BinaryExpr& b) {
     default: {
         const Variant& x = l.Deref();
         const Variant& y = r.Deref();
-        if (x.tag() == Variant::Tag::Integer && y.tag() == Variant::Tag::Integer) {
-            const int a = x.whole(), c = y.whole();
-            switch (b.op) {
-            case BinaryOp::Equal:
-                return Variant::Boolean(a == c);
-            case BinaryOp::NotEqual:
-                return Variant::Boolean(a != c);
-            case BinaryOp::Less:
-                return Variant::Boolean(a < c);
-            case BinaryOp::LessEqual:
-                return Variant::Boolean(a <= c);
-            case BinaryOp::Greater:
-                return Variant::Boolean(a > c);
-            default:
-                return Variant::Boolean(a >= c);
-            }
-        }
+        if (IsPlainWhole(x) && IsPlainWhole(y))
+            return Variant::Boolean(CompareWhole(b.op, x.whole(), y.whole()));
         return Comparison(b.op, x, y, b.literal);
     }
     }
+}
+
+// An If or loop condition: a comparison of whole numbers is answered without a Variant.
+bool Interpreter::Condition(const Expr& e) {
+    if (e.kind != ExprKind::Binary) return Truth(Eval(e));
+    const auto& b = static_cast<const BinaryExpr&>(e);
+    if (b.op < BinaryOp::Equal || b.op > BinaryOp::GreaterEqual) return Truth(EvalBinary(b));
+    if (const Variant* x = PlainOperand(*b.left)) {
+        if (const Variant* y = PlainOperand(*b.right); y && IsPlainWhole(*x) && IsPlainWhole(*y))
+            return CompareWhole(b.op, x->whole(), y->whole());
+    }
+    Variant left_scratch, right_scratch;
+    const bool left_in_place = b.right->kind == ExprKind::Constant || PlainVariable(*b.right);
+    const Variant& x = Operand(*b.left, left_scratch, left_in_place);
+    const Variant& y = Operand(*b.right, right_scratch, true);
+    if (IsPlainWhole(x) && IsPlainWhole(y)) return CompareWhole(b.op, x.whole(), y.whole());
+    return Truth(Comparison(b.op, x, y, b.literal));
 }
 
 Variant& Interpreter::VariableOf(const NameExpr& e) {
@@ -201,7 +280,7 @@ Variant& Interpreter::VariableOf(const NameExpr& e) {
     case Scope::Field:
         return frame->me->fields[e.index];
     case Scope::Global: {
-        GlobalEntry& g = globals[e.index];
+        GlobalEntry& g = *e.global;
         if (g.proc || g.cls || g.host) Raise(err::kNotAssignable);
         if (!g.declared && option_explicit)
             Raise(err::kUndefinedVariable, "Variable is undefined: '" + e.name + "'");
@@ -225,7 +304,7 @@ Variant Interpreter::EvalName(const NameExpr& e) {
         return IndexValue(v, e.args, e);
     }
     case Scope::Global: {
-        GlobalEntry& g = globals[e.index];
+        GlobalEntry& g = *e.global;
         if (g.proc) {
             if (g.proc->kind == ProcKind::Sub && !e.args.empty() && e.parens) {
                 // A Sub used as a value still runs, and gives Empty.

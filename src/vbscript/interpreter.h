@@ -79,8 +79,12 @@ public:
 private:
     friend class Resolver;
     Variant EvalName(const NameExpr& e);
+    bool QuickBinary(const BinaryExpr& b, Variant& out);
     [[gnu::noinline]] Variant EvalBinary(const BinaryExpr& e);
-    const Variant& Operand(const Expr& e, Variant& scratch);
+    const Variant* PlainVariable(const Expr& e) const;
+    const Variant* PlainOperand(const Expr& e) const;
+    const Variant& Operand(const Expr& e, Variant& scratch, bool in_place);
+    bool Condition(const Expr& e);
     Variant EvalMember(const MemberExpr& e, InvokeKind kind);
     Variant EvalIndex(const IndexExpr& e);
     [[noreturn]] void RequireObject(const Expr& e);

@@ -16,21 +16,15 @@ bool IsReferenceable(const Expr& e) {
            (n.scope == Scope::Local || n.scope == Scope::Field || n.scope == Scope::Global);
 }
 
-bool Truth(const Variant& v) {
-    const Variant& d = v.Deref();
-    if (d.IsNull()) return false;
-    if (d.tag() == Variant::Tag::Boolean) return d.whole() != 0;
-    return ToBool(d);
-}
-
 // Restores the caller's frame and frees the callee's slots however the call ends.
 struct CallScope {
     CallScope(std::vector<Variant>& stack, std::size_t& top, std::size_t base, Frame*& frame,
               int& depth)
         : stack(stack), top(top), base(base), frame(frame), saved(frame), depth(depth) {}
     ~CallScope() {
+        Variant* slots = stack.data();
         for (std::size_t i = base; i < top; ++i)
-            stack[i] = Variant();
+            slots[i].Clear();
         top = base;
         frame = saved;
         --depth;
@@ -62,13 +56,15 @@ Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, cons
     ++call_depth_;
     Frame callee{&stack_[base], me, &proc, false};
     CallScope scope(stack_, stack_top_, base, frame, call_depth_);
-    for (std::size_t i = 0; i < args.size(); ++i) {
+    Variant* slots = callee.locals;
+    const std::size_t n = args.size();
+    for (std::size_t i = 0; i < n; ++i) {
         const Expr& a = *args[i];
         if (!proc.params[i].by_val && IsReferenceable(a)) {
-            Variant& target = VariableOf(static_cast<const NameExpr&>(a));
-            stack_[base + i] = Variant::Reference(&target);
+            slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
         } else {
-            stack_[base + i] = Eval(a).Deref();
+            slots[i] = Eval(a);
+            if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
         }
         stack_top_ = base + i + 1;
     }
@@ -162,6 +158,18 @@ Flow Interpreter::Exec(const Stmt& s) {
 
 void Interpreter::ExecAssign(const AssignStmt& s) {
     Variant value = Eval(*s.value);
+    if (!s.is_set && s.target->kind == ExprKind::Name && !value.IsObject() && !value.IsArray() &&
+        !value.IsReference()) {
+        // A plain value into a plain variable, the common case, skips the general store.
+        const auto& n = static_cast<const NameExpr&>(*s.target);
+        if (n.args.empty() && (n.scope == Scope::Local || n.scope == Scope::Field ||
+                               (n.scope == Scope::Global && !n.global->host))) {
+            Variant& slot =
+                n.scope == Scope::Local ? frame->locals[n.index].Deref() : VariableOf(n);
+            slot = std::move(value);
+            return;
+        }
+    }
     Variant& v = value.Deref();
     if (s.is_set) {
         if (!v.IsObject()) Raise(err::kObjectRequired);
@@ -190,7 +198,7 @@ void Interpreter::Store(const Expr& target, Variant value, bool is_set) {
     }
     if (target.kind != ExprKind::Name) Raise(err::kNotAssignable);
     const auto& n = static_cast<const NameExpr&>(target);
-    if (n.scope == Scope::ClassMember || (n.scope == Scope::Global && globals[n.index].host)) {
+    if (n.scope == Scope::ClassMember || (n.scope == Scope::Global && n.global->host)) {
         std::vector<Variant> args = EvalArgs(n.args);
         args.push_back(std::move(value));
         Variant ignored;
@@ -198,7 +206,7 @@ void Interpreter::Store(const Expr& target, Variant value, bool is_set) {
         if (n.scope == Scope::ClassMember)
             code = InvokeClassMember(*frame->me, n.index, kind, args, ignored);
         else
-            code = globals[n.index].host->Invoke(globals[n.index].host_id, kind, args, ignored);
+            code = n.global->host->Invoke(n.global->host_id, kind, args, ignored);
         if (code) Raise(code);
         return;
     }
@@ -233,8 +241,8 @@ void Interpreter::ExecCall(const CallStmt& s) {
     }
     if (e.kind == ExprKind::Name) {
         const auto& n = static_cast<const NameExpr&>(e);
-        if (n.scope == Scope::Global && globals[n.index].proc) {
-            CallProcedure(*globals[n.index].proc, nullptr, n.args);
+        if (n.scope == Scope::Global && n.global->proc) {
+            CallProcedure(*n.global->proc, nullptr, n.args);
             return;
         }
         if (n.scope == Scope::ClassMember) {
@@ -244,8 +252,7 @@ void Interpreter::ExecCall(const CallStmt& s) {
                 Raise(code);
             return;
         }
-        if (n.scope == Scope::Global && !globals[n.index].host && !globals[n.index].declared &&
-            n.args.empty())
+        if (n.scope == Scope::Global && !n.global->host && !n.global->declared && n.args.empty())
             Raise(35, "Type mismatch: '" + n.name + "'");
     }
     Eval(e);
@@ -253,7 +260,7 @@ void Interpreter::ExecCall(const CallStmt& s) {
 
 Flow Interpreter::ExecIf(const IfStmt& s) {
     for (std::size_t i = 0; i < s.conditions.size(); ++i)
-        if (Truth(Eval(*s.conditions[i]))) return ExecBlock(s.blocks[i]);
+        if (Condition(*s.conditions[i])) return ExecBlock(s.blocks[i]);
     if (s.blocks.size() > s.conditions.size()) return ExecBlock(s.blocks.back());
     return Flow::Normal;
 }
@@ -371,12 +378,12 @@ Flow Interpreter::ExecForEach(const ForEachStmt& s) {
 
 Flow Interpreter::ExecDo(const DoStmt& s) {
     for (;;) {
-        if (s.condition && s.test_first && Truth(Eval(*s.condition)) == s.until) break;
+        if (s.condition && s.test_first && Condition(*s.condition) == s.until) break;
         const Flow f = ExecBlock(s.body);
         if (f == Flow::ExitDo) break;
         if (f != Flow::Normal) return f;
         if (--tick_ <= 0) Tick();
-        if (s.condition && !s.test_first && Truth(Eval(*s.condition)) == s.until) break;
+        if (s.condition && !s.test_first && Condition(*s.condition) == s.until) break;
     }
     return Flow::Normal;
 }

@@ -6,6 +6,7 @@
 #include "vbscript/limits.h"
 #include "vbscript/object.h"
 
+#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -177,22 +178,39 @@ Variant Negate(const Variant& in) {
     }
 }
 
+namespace {
+
+// Strings and whole numbers, the usual operands of "&", are appended without a temporary.
+void AppendText(std::string& out, const Variant& v) {
+    if (v.IsNull()) return;
+    if (v.IsString()) {
+        out += v.text();
+    } else if (v.tag() == Tag::Integer || v.tag() == Tag::Long || v.tag() == Tag::Byte) {
+        char digits[16];
+        const auto end = std::to_chars(digits, digits + sizeof digits, v.whole()).ptr;
+        out.append(digits, end);
+    } else {
+        out += ToString(v);
+    }
+}
+
+std::size_t KnownLength(const Variant& v) {
+    return v.IsString() ? v.text().size() : 0;
+}
+
+} // namespace
+
 Variant Concat(const Variant& in_a, const Variant& in_b) {
     const Variant& a = in_a.Deref();
     const Variant& b = in_b.Deref();
     if (a.IsNull() && b.IsNull()) return Variant::Null();
-    if (a.IsString() && b.IsString()) {
-        if (a.text().size() + b.text().size() > kMaxString()) Raise(err::kOutOfStringSpace);
-        std::string text;
-        text.reserve(a.text().size() + b.text().size());
-        text += a.text();
-        text += b.text();
-        return Variant::String(std::move(text));
-    }
-    std::string text = a.IsNull() ? std::string() : ToString(a);
-    std::string right = b.IsNull() ? std::string() : ToString(b);
-    if (text.size() + right.size() > kMaxString()) Raise(err::kOutOfStringSpace);
-    text += right;
+    const std::size_t known = KnownLength(a) + KnownLength(b);
+    if (known > kMaxString()) Raise(err::kOutOfStringSpace);
+    std::string text;
+    if (known > 15) text.reserve(known + 16); // shorter results stay in the string itself
+    AppendText(text, a);
+    AppendText(text, b);
+    if (text.size() > kMaxString()) Raise(err::kOutOfStringSpace);
     return Variant::String(std::move(text));
 }
 

@@ -35,6 +35,29 @@ Variant Not(const Variant& a);
 Variant Concat(const Variant& a, const Variant& b);
 Variant Logical(BinaryOp op, const Variant& a, const Variant& b);
 
+// A comparison (Equal to GreaterEqual) of two whole numbers.
+inline bool CompareWhole(BinaryOp op, std::int32_t a, std::int32_t b) {
+    switch (op) {
+    case BinaryOp::Equal:
+        return a == b;
+    case BinaryOp::NotEqual:
+        return a != b;
+    case BinaryOp::Less:
+        return a < b;
+    case BinaryOp::LessEqual:
+        return a <= b;
+    case BinaryOp::Greater:
+        return a > b;
+    default:
+        return a >= b;
+    }
+}
+// Integer, Long and Byte, which compare as plain whole numbers (Boolean does not).
+inline bool IsPlainWhole(const Variant& v) {
+    return v.tag() == Variant::Tag::Integer || v.tag() == Variant::Tag::Long ||
+           v.tag() == Variant::Tag::Byte;
+}
+
 enum class Literal { None, Left, Right };
 // -1, 0 or 1; 2 when either side is Null. A string literal compared with a number is read
 // as a number; a string variable is always greater than a numeric one.

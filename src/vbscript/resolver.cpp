@@ -172,6 +172,8 @@ private:
                 WalkExpr(a);
             if (n.args.empty() && !n.parens && ConstantFor(e, ToLowerAscii(n.name))) return;
             ResolveName(n);
+            // Global entries never move, so the node keeps the entry itself.
+            if (n.scope == Scope::Global) n.global = &in_.globals[n.index];
             break;
         }
         case ExprKind::Member: {

@@ -3,7 +3,70 @@
 #include "vbscript/array_box.h"
 #include "vbscript/object.h"
 
+#include <new>
+#include <vector>
+
 namespace tess::vbs {
+
+namespace {
+
+// Freed string boxes kept for the next strings, up to a bound, per thread. Sanitizer builds
+// use the allocator directly so that a use after free is still caught.
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TESS_VBS_ASAN 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(TESS_VBS_ASAN)
+constexpr std::size_t kSpareBoxes = 0;
+#else
+constexpr std::size_t kSpareBoxes = 4096;
+#endif
+
+// Plain thread-locals, usable at any point of the thread's end; the owner gives the boxes
+// back when the thread ends, and any string freed after that goes straight back too.
+thread_local std::vector<void*>* spare = nullptr;
+thread_local bool spare_closed = false;
+
+struct SpareOwner {
+    ~SpareOwner() {
+        if (spare)
+            for (void* box : *spare)
+                ::operator delete(box);
+        delete spare;
+        spare = nullptr;
+        spare_closed = true;
+    }
+};
+
+std::vector<void*>* Spare() {
+    if (!spare && !spare_closed && kSpareBoxes > 0) {
+        thread_local SpareOwner owner;
+        spare = new std::vector<void*>;
+        spare->reserve(kSpareBoxes);
+    }
+    return spare;
+}
+
+} // namespace
+
+void* StringBox::operator new(std::size_t size) {
+    if (spare && !spare->empty() && size == sizeof(StringBox)) {
+        void* box = spare->back();
+        spare->pop_back();
+        return box;
+    }
+    return ::operator new(size);
+}
+
+void StringBox::operator delete(void* box, std::size_t size) {
+    std::vector<void*>* boxes = Spare();
+    if (boxes && boxes->size() < kSpareBoxes && size == sizeof(StringBox)) {
+        boxes->push_back(box);
+        return;
+    }
+    ::operator delete(box);
+}
 
 Variant Variant::String(std::string text) {
     Variant v(Tag::String);

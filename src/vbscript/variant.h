@@ -47,6 +47,9 @@ protected:
 class StringBox final : public Boxed {
 public:
     explicit StringBox(std::string text) : text(std::move(text)) {}
+    // Scripts make and drop short strings constantly: boxes are kept for reuse.
+    static void* operator new(std::size_t size);
+    static void operator delete(void* box, std::size_t size);
     std::string text;
 };
 
@@ -72,6 +75,11 @@ public:
         return *this;
     }
     ~Variant() { Drop(); }
+    // Back to Empty, releasing what the value held.
+    void Clear() noexcept {
+        Drop();
+        tag_ = Tag::Empty;
+    }
     void Swap(Variant& other) noexcept {
         std::swap(tag_, other.tag_);
         std::swap(bits_, other.bits_);
@@ -179,8 +187,11 @@ public:
 
 private:
     explicit Variant(Tag tag) : tag_(tag) {}
+    // String, Object and Array are consecutive tags: one comparison tells a boxed value.
     bool Boxes() const {
-        return (tag_ == Tag::String || tag_ == Tag::Object || tag_ == Tag::Array) &&
+        static_assert(int(Tag::Object) == int(Tag::String) + 1 &&
+                      int(Tag::Array) == int(Tag::String) + 2);
+        return static_cast<unsigned>(tag_) - static_cast<unsigned>(Tag::String) <= 2u &&
                bits_.p != nullptr;
     }
     void Retain() {
