@@ -22,6 +22,10 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr auto kOpenTimeout = std::chrono::seconds(8);
 constexpr auto kReadTimeout = std::chrono::seconds(5);
+// More than any camera frame takes (a 4K MJPEG frame at the best quality is under 8 MB). A
+// stream part that never ends would otherwise grow one packet without bound until the read's
+// time-out, hundreds of megabytes on a fast link.
+constexpr std::int64_t kMaxBytesPerRead = 16 * 1024 * 1024;
 
 void RegisterDevicesOnce() {
     static std::once_flag once;
@@ -48,6 +52,8 @@ struct FfmpegSession::State {
     int stream = -1;
     const std::atomic<bool>* stop = nullptr;
     SteadyClock::time_point deadline;
+    std::int64_t bytes_at_arm = 0;
+    mutable bool too_large = false;
     double first_pts = -1;
     SteadyClock::time_point paced_from;
 
@@ -58,11 +64,18 @@ struct FfmpegSession::State {
         avcodec_free_context(&codec);
         avformat_close_input(&format);
     }
-    void Arm(SteadyClock::duration timeout) { deadline = SteadyClock::now() + timeout; }
+    std::int64_t BytesRead() const { return format && format->pb ? format->pb->bytes_read : 0; }
+    void Arm(SteadyClock::duration timeout) {
+        deadline = SteadyClock::now() + timeout;
+        bytes_at_arm = BytesRead();
+    }
 
+    // FFmpeg asks this before every read of the network, so it bounds both time and bytes.
     static int Interrupt(void* opaque) {
         const State* state = static_cast<const State*>(opaque);
-        return state->stop->load() || SteadyClock::now() > state->deadline ? 1 : 0;
+        if (state->BytesRead() - state->bytes_at_arm > kMaxBytesPerRead) state->too_large = true;
+        return state->stop->load() || state->too_large || SteadyClock::now() > state->deadline ? 1
+                                                                                               : 0;
     }
 };
 
@@ -76,6 +89,14 @@ FfmpegSession::~FfmpegSession() = default;
 
 SessionEnd FfmpegSession::Fail(const std::string& what, int code) {
     if (stop_) return SessionEnd::Stopped;
+    if (state_->too_large) {
+        error_ = what + ": no picture within " + std::to_string(kMaxBytesPerRead >> 20) + " MB";
+        return SessionEnd::Failed;
+    }
+    if (code == AVERROR_EXIT && SteadyClock::now() > state_->deadline) {
+        error_ = what + ": timed out";
+        return SessionEnd::Failed;
+    }
     error_ = code ? what + ": " + AvErrorText(code) : what;
     return SessionEnd::Failed;
 }
@@ -168,7 +189,14 @@ void FfmpegSession::Pace(double seconds) {
                                                                     std::chrono::milliseconds(20)));
 }
 
-SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point connected) {
+// A camera that sends only garbage keeps the reader busy without a single frame; saying so
+// once per streak tells the user which feed it is without filling the log.
+void FfmpegSession::CountUnreadable(const UnreadableSink& unreadable) {
+    if (++unreadable_in_a_row_ == kUnreadableStreak && unreadable) unreadable();
+}
+
+SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point connected,
+                              const UnreadableSink& unreadable) {
     if (!Open()) return stop_ ? SessionEnd::Stopped : SessionEnd::Failed;
     State& s = *state_;
     RawFrame frame;
@@ -184,13 +212,21 @@ SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point con
         }
         code = avcodec_send_packet(s.codec, s.packet);
         av_packet_unref(s.packet);
-        if (code < 0 && code != AVERROR(EAGAIN)) continue; // a broken packet: skip it
+        if (code < 0 && code != AVERROR(EAGAIN)) { // a broken packet: skip it
+            CountUnreadable(unreadable);
+            continue;
+        }
         while (avcodec_receive_frame(s.codec, s.frame) == 0) {
             if (source_.paced && s.frame->best_effort_timestamp != AV_NOPTS_VALUE)
                 Pace(static_cast<double>(s.frame->best_effort_timestamp) * av_q2d(time_base));
             const bool ok = Convert(frame);
             av_frame_unref(s.frame);
-            if (!ok || stop_) continue;
+            if (stop_) continue;
+            if (!ok) {
+                CountUnreadable(unreadable);
+                continue;
+            }
+            unreadable_in_a_row_ = 0;
             frame.time_captured =
                 static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
                                                SteadyClock::now() - connected)
