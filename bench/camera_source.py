@@ -1,7 +1,9 @@
 #!/usr/bin/python3
 """An HTTP MJPEG camera for the camera benchmark: serves the frames of an MJPEG file (as ffmpeg
-writes it: one JPEG after another) on 127.0.0.1:PORT/cam at FPS frames a second to one client
-at a time, each as a multipart part with its Content-Length, then closes. The time each frame
+writes it: one JPEG after another) on 127.0.0.1:PORT/cam at FPS frames a second, each as a
+multipart part with its Content-Length, as a live camera would: the video's clock starts with
+the first client, a client that reconnects gets the frame of the moment, and once the last
+frame is sent the source closes and stops listening, so that no program gets the video twice. The time each frame
 was sent goes to SENT_LOG ("index seconds" per line, CLOCK_MONOTONIC), for the latency.
 
     camera_source.py PORT MJPEG_FILE FPS SENT_LOG
@@ -23,7 +25,7 @@ def split_jpegs(data):
         start = end + 2
 
 
-def serve(conn, frames, fps, log):
+def serve(conn, frames, fps, log, start):
     request = b""
     while b"\r\n\r\n" not in request:
         data = conn.recv(4096)
@@ -32,15 +34,17 @@ def serve(conn, frames, fps, log):
         request += data
     conn.sendall(b"HTTP/1.1 200 OK\r\n"
                  b"Content-Type: multipart/x-mixed-replace;boundary=frame\r\n\r\n")
-    start = time.monotonic()
-    for index, jpeg in enumerate(frames):
-        due = start + index / fps
-        pause = due - time.monotonic()
+    # Like a live camera, a client that comes back gets the frame of the moment.
+    index = max(0, int((time.monotonic() - start) * fps))
+    while index < len(frames):
+        pause = start + index / fps - time.monotonic()
         if pause > 0:
             time.sleep(pause)
+        jpeg = frames[index]
         conn.sendall(b"--frame\r\nContent-Type: image/jpeg\r\nContent-Length: %d\r\n\r\n"
                      % len(jpeg) + jpeg + b"\r\n")
         log.write("%d %.6f\n" % (index, time.monotonic()))
+        index += 1
     log.flush()
 
 
@@ -51,15 +55,18 @@ def main():
     listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
     listener.bind(("127.0.0.1", port))
     listener.listen(4)
+    start = None
     with open(log_path, "w") as log:
-        while True:
+        while start is None or time.monotonic() < start + len(frames) / fps:
             conn, _ = listener.accept()
+            start = start or time.monotonic()
             try:
-                serve(conn, frames, fps, log)
+                serve(conn, frames, fps, log, start)
             except OSError:
                 pass
             finally:
                 conn.close()
+            log.flush()
 
 
 if __name__ == "__main__":

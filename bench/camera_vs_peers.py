@@ -132,6 +132,8 @@ def latencies(sent_log, viewer_log):
             index, at = line.split()
             sent.setdefault(int(index) % 256, []).append(float(at))
     result, unread = [], 0
+    if not os.path.exists(viewer_log):  # the viewer got no stream
+        return result, unread
     with open(viewer_log) as lines:
         for line in lines:
             at, number = line.split()
@@ -151,12 +153,14 @@ def run_case(name, work, build, seconds, fps, detect):
     source = subprocess.Popen([PYTHON, os.path.join(ROOT, "bench/camera_source.py"),
                                str(camera_port), os.path.join(work, "camera.mjpeg"), str(fps),
                                sent_log])
-    time.sleep(0.5)
+    while not os.path.exists(sent_log):  # made once the source listens
+        time.sleep(0.05)
     viewer = None
     if name == "tessarolle":
         write_site(work, camera_port, out_port, fps, detect)
         program = subprocess.Popen([os.path.join(build, "src/app/tessarolle"), "--for", "600"],
-                                   cwd=work, stdout=subprocess.DEVNULL)
+                                   cwd=work, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
         url, stop = f"http://127.0.0.1:{out_port}/Canvas01.mjpg", signal.SIGINT
     elif name == "motion":
         conf = write_motion_conf(work, camera_port, out_port, fps, detect)
@@ -205,8 +209,14 @@ def run_case(name, work, build, seconds, fps, detect):
             row["median_ms"] = statistics.median(times)
             row["p99_ms"] = times[min(len(times) - 1, int(len(times) * 0.99))]
     else:
-        size = os.path.getsize(os.path.join(work, "ffmpeg-out.mjpeg"))
-        row["parts"] = f"{size // 1024} KB out"
+        with open(os.path.join(work, "ffmpeg-out.mjpeg"), "rb") as out:
+            row["parts"] = out.read().count(b"\xff\xd8\xff")
+    # What each picture made cost. motion sends a picture again when no new frame came, so
+    # its pictures are the frames it received (the source sent them all to it).
+    with open(sent_log) as lines:
+        received = sum(1 for _ in lines)
+    made = min(row["parts"], received) if name == "motion" else row["parts"]
+    row["ms_per_picture"] = cpu * 1000 / made if made else float("nan")
     return row
 
 
@@ -218,18 +228,21 @@ def main():
     work = tempfile.mkdtemp(prefix="tess-camera-bench.")
     make_inputs(work, int(seconds * fps))
     names = ["tessarolle", "motion"] + ([] if detect else ["ffmpeg"])
+    if "--only" in sys.argv:
+        names = [sys.argv[sys.argv.index("--only") + 1]]
     rows = [run_case(name, work, build, seconds, fps, detect) for name in names]
-    ours = rows[0]["per_minute"]
+    ours = rows[0]["per_minute"] if names[0] == "tessarolle" else 0
     print(f"{seconds:g} s of 1280x720 video at {fps} fps, motion detection "
           f"{'on' if detect else 'off'}; work folder {work}")
-    print("| Program | CPU s | CPU s per minute of video | ours / it | parts served | "
-          "latency median | latency p99 |")
-    print("|---|---|---|---|---|---|---|")
+    print("| Program | CPU s | CPU s per minute of video | ours / it | pictures made | "
+          "CPU ms per picture | ours / it | latency median | latency p99 |")
+    print("|---|---|---|---|---|---|---|---|---|")
     for row in rows:
         median = f"{row['median_ms']:.1f} ms" if "median_ms" in row else ""
         p99 = f"{row['p99_ms']:.1f} ms" if "p99_ms" in row else ""
         print(f"| {row['name']} | {row['cpu']:.2f} | {row['per_minute']:.2f} | "
-              f"{ours / row['per_minute']:.2f} | {row.get('parts', '')} | {median} | {p99} |")
+              f"{ours / row['per_minute']:.2f} | {row['parts']} | {row['ms_per_picture']:.2f} | "
+              f"{rows[0]['ms_per_picture'] / row['ms_per_picture']:.2f} | {median} | {p99} |")
 
 
 if __name__ == "__main__":

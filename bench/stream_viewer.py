@@ -39,29 +39,35 @@ def frame_number(jpeg):
 
 def connect(url):
     parts = urlparse(url)
-    sock = socket.create_connection((parts.hostname, parts.port or 80), timeout=10)
-    sock.sendall(b"GET %s HTTP/1.1\r\nHost: %s\r\n\r\n" % (parts.path.encode(), parts.hostname.encode()))
+    sock = socket.create_connection((parts.hostname, parts.port or 80), timeout=2)
+    sock.sendall(b"GET %s HTTP/1.0\r\nHost: %s\r\n\r\n" % (parts.path.encode(), parts.hostname.encode()))
     return sock
 
 
 def main():
     url, seconds, out_path = sys.argv[1], float(sys.argv[2]), sys.argv[3]
-    sock = None
     end = time.monotonic() + seconds
-    while sock is None:
+    # motion takes connections a few seconds before it sends anything on them.
+    while True:
         try:
             sock = connect(url)
+            first = sock.recv(1 << 16)
+            if first:
+                break
         except OSError:
-            if time.monotonic() > end:
-                sys.exit("no stream at " + url)
-            time.sleep(0.1)
-    buffer = b""
+            pass
+        if time.monotonic() > end:
+            sys.exit("no stream at " + url)
+        time.sleep(0.1)
+    buffer = first
     rows = []
     length_re = re.compile(rb"content-length:\s*(\d+)", re.I)
     answered = False
     while time.monotonic() < end:
         try:
             data = sock.recv(1 << 16)
+        except socket.timeout:
+            continue
         except OSError:
             break
         if not data:
@@ -87,6 +93,9 @@ def main():
                     break
                 body, buffer = buffer[rest:stop + 2], buffer[stop + 2:]
             rows.append((time.monotonic(), body))
+    if rows:  # one picture kept, to see what was served
+        with open(out_path + ".jpg", "wb") as out:
+            out.write(rows[len(rows) // 2][1])
     with open(out_path, "w") as out:
         for received, body in rows:
             out.write("%.6f %d\n" % (received, frame_number(body)))

@@ -45,6 +45,9 @@ private:
 
     bool Open();
     bool Convert(RawFrame& out);
+    bool DecodeMjpegDirectly(RawFrame& out);
+    void Deliver(RawFrame& frame, const FrameSink& sink,
+                 std::chrono::steady_clock::time_point connected);
     void Pace(double seconds);
     SessionEnd Fail(const std::string& what, int code);
     void CountUnreadable(const UnreadableSink& unreadable);

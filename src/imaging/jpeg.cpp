@@ -57,16 +57,37 @@ bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height) {
                                &colorspace) == 0;
 }
 
-bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
-    tjhandle handle = ThreadDecompressor().Handle();
-    if (!handle || bytes.empty()) return false;
-    int width = 0, height = 0, subsampling = 0, colorspace = 0;
-    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
+namespace {
+
+// The header of a picture worth decoding: a size within the DIB limits and plausible for the
+// number of bytes.
+bool DecodableSize(tjhandle handle, std::span<const std::uint8_t> bytes, int& width, int& height) {
+    int subsampling = 0, colorspace = 0;
+    if (!handle || bytes.empty() ||
+        tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
                             &colorspace) != 0)
         return false;
     if (width <= 0 || height <= 0 || !DIB::SizeAllowed(width, height)) return false;
-    if (std::int64_t{width} * height / kJpegPixelsPerByte > static_cast<std::int64_t>(bytes.size()))
-        return false;
+    return std::int64_t{width} * height / kJpegPixelsPerByte <=
+           static_cast<std::int64_t>(bytes.size());
+}
+
+} // namespace
+
+bool DecodeJpegBottomUpBgr(std::span<const std::uint8_t> bytes, std::vector<std::uint8_t>& pixels,
+                           int& width, int& height) {
+    tjhandle handle = ThreadDecompressor().Handle();
+    if (!DecodableSize(handle, bytes, width, height)) return false;
+    const int pitch = (width * 3 + 3) & ~3;
+    pixels.resize(static_cast<std::size_t>(pitch) * height);
+    return tjDecompress2(handle, bytes.data(), bytes.size(), pixels.data(), width, pitch, height,
+                         TJPF_BGR, TJFLAG_BOTTOMUP) == 0;
+}
+
+bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
+    tjhandle handle = ThreadDecompressor().Handle();
+    int width = 0, height = 0;
+    if (!DecodableSize(handle, bytes, width, height)) return false;
     if (!dib.SetWidthHeight(width, height) || !dib.HasBitmap()) return false;
     // A warning (such as a truncated file) also fails: a half-written camera picture is not
     // worth showing.
