@@ -32,6 +32,12 @@ public:
     Decompressor(const Decompressor&) = delete;
     Decompressor& operator=(const Decompressor&) = delete;
     tjhandle Handle() const { return handle_; }
+    // After a failed header or decoding the handle can be left mid-picture, and then refuses
+    // the next header once; a fresh one is cheap next to the failures that need it.
+    void Renew() {
+        if (handle_) tjDestroy(handle_);
+        handle_ = tjInitDecompress();
+    }
 
 private:
     tjhandle handle_;
@@ -52,9 +58,12 @@ bool IsJpegFileName(std::string_view name) {
 bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height) {
     tjhandle handle = ThreadDecompressor().Handle();
     int subsampling = 0, colorspace = 0;
-    return handle && !bytes.empty() &&
-           tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
-                               &colorspace) == 0;
+    if (!handle || bytes.empty()) return false;
+    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
+                            &colorspace) == 0)
+        return true;
+    ThreadDecompressor().Renew();
+    return false;
 }
 
 namespace {
@@ -63,10 +72,12 @@ namespace {
 // number of bytes.
 bool DecodableSize(tjhandle handle, std::span<const std::uint8_t> bytes, int& width, int& height) {
     int subsampling = 0, colorspace = 0;
-    if (!handle || bytes.empty() ||
-        tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
-                            &colorspace) != 0)
+    if (!handle || bytes.empty()) return false;
+    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
+                            &colorspace) != 0) {
+        ThreadDecompressor().Renew();
         return false;
+    }
     if (width <= 0 || height <= 0 || !DIB::SizeAllowed(width, height)) return false;
     return std::int64_t{width} * height / kJpegPixelsPerByte <=
            static_cast<std::int64_t>(bytes.size());
@@ -80,8 +91,11 @@ bool DecodeJpegBottomUpBgr(std::span<const std::uint8_t> bytes, std::vector<std:
     if (!DecodableSize(handle, bytes, width, height)) return false;
     const int pitch = (width * 3 + 3) & ~3;
     pixels.resize(static_cast<std::size_t>(pitch) * height);
-    return tjDecompress2(handle, bytes.data(), bytes.size(), pixels.data(), width, pitch, height,
-                         TJPF_BGR, TJFLAG_BOTTOMUP) == 0;
+    if (tjDecompress2(handle, bytes.data(), bytes.size(), pixels.data(), width, pitch, height,
+                      TJPF_BGR, TJFLAG_BOTTOMUP) == 0)
+        return true;
+    ThreadDecompressor().Renew();
+    return false;
 }
 
 bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
@@ -91,8 +105,11 @@ bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
     if (!dib.SetWidthHeight(width, height) || !dib.HasBitmap()) return false;
     // A warning (such as a truncated file) also fails: a half-written camera picture is not
     // worth showing.
-    return tjDecompress2(handle, bytes.data(), bytes.size(), dib.DIBPtr(), width, dib.Pitch(),
-                         height, TJPF_BGR, TJFLAG_BOTTOMUP) == 0;
+    if (tjDecompress2(handle, bytes.data(), bytes.size(), dib.DIBPtr(), width, dib.Pitch(), height,
+                      TJPF_BGR, TJFLAG_BOTTOMUP) == 0)
+        return true;
+    ThreadDecompressor().Renew();
+    return false;
 }
 
 JpegResult LoadJpegIntoDIB(std::string_view file_name, DIB& dib) {
