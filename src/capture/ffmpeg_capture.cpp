@@ -87,6 +87,8 @@ std::string FfmpegCapture::StateText() const {
         return "connecting";
     case ReaderState::Streaming:
         return "receiving frames";
+    case ReaderState::Unreadable:
+        return "frames arrive but none can be decoded";
     case ReaderState::Retrying:
         return "lost (" + detail_ + "), retrying";
     }
@@ -140,7 +142,8 @@ void FfmpegCapture::ReaderLoop() {
     auto backoff = kFirstRetry;
     while (!stop_) {
         FfmpegSession session(source_, stop_);
-        const SessionEnd end = session.Run([this](RawFrame& frame) { Publish(frame); }, connected);
+        const SessionEnd end = session.Run([this](RawFrame& frame) { Publish(frame); }, connected,
+                                           [this] { SetState(ReaderState::Unreadable, {}); });
         if (end == SessionEnd::Stopped || stop_) break;
         if (session.FramesDelivered() > 0) backoff = kFirstRetry;
         if (end == SessionEnd::Ended) {

@@ -20,7 +20,7 @@
 
 namespace tess {
 
-enum class ReaderState { Idle, Connecting, Streaming, Retrying };
+enum class ReaderState { Idle, Connecting, Streaming, Unreadable, Retrying };
 
 class FfmpegCapture : public CaptureDriver {
 public:

@@ -22,6 +22,9 @@ class FfmpegSession {
 public:
     // Called with each decoded frame; it may swap `frame`'s buffer for another one.
     using FrameSink = std::function<void(RawFrame& frame)>;
+    // Called once when kUnreadableStreak pictures in a row could not be decoded.
+    using UnreadableSink = std::function<void()>;
+    static constexpr int kUnreadableStreak = 25;
 
     FfmpegSession(const CameraSource& source, const std::atomic<bool>& stop);
     ~FfmpegSession();
@@ -30,7 +33,8 @@ public:
 
     // Opens, then reads until the stream ends, fails or the stop flag is set. `error` tells
     // what failed, for the log.
-    SessionEnd Run(const FrameSink& sink, std::chrono::steady_clock::time_point connected);
+    SessionEnd Run(const FrameSink& sink, std::chrono::steady_clock::time_point connected,
+                   const UnreadableSink& unreadable = {});
     const std::string& Error() const { return error_; }
     int FramesDelivered() const { return frames_; }
     // The input format FFmpeg settled on ("mpjpeg", "jpeg_pipe", "rtsp", ...).
@@ -42,8 +46,12 @@ private:
     bool Open();
     bool Convert(RawFrame& out);
     bool ScaleInto(std::uint8_t* first_row, int stride);
+    bool DecodeMjpegDirectly(RawFrame& out);
+    void Deliver(RawFrame& frame, const FrameSink& sink,
+                 std::chrono::steady_clock::time_point connected);
     void Pace(double seconds);
     SessionEnd Fail(const std::string& what, int code);
+    void CountUnreadable(const UnreadableSink& unreadable);
 
     const CameraSource& source_;
     const std::atomic<bool>& stop_;
@@ -51,6 +59,7 @@ private:
     std::string error_;
     std::string format_name_;
     int frames_ = 0;
+    int unreadable_in_a_row_ = 0;
 };
 
 } // namespace tess

@@ -119,7 +119,10 @@ std::string VideoFeed::DriverState() const {
 void VideoFeed::ReportDriverState() {
     std::string state = driver_->StateText();
     if (state == driver_state_) return;
-    if (state.find("lost") != std::string::npos)
+    if (state.find("none can be decoded") != std::string::npos)
+        LogWarning("video feed {} '{}': {}; the last good frame stays", vfw_input_, feed_name_,
+                   state);
+    else if (state.find("lost") != std::string::npos)
         LogWarning("video feed {} '{}': {}; the last good frame stays", vfw_input_, feed_name_,
                    state);
     else

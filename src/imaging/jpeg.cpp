@@ -32,6 +32,12 @@ public:
     Decompressor(const Decompressor&) = delete;
     Decompressor& operator=(const Decompressor&) = delete;
     tjhandle Handle() const { return handle_; }
+    // After a failed header or decoding the handle can be left mid-picture, and then refuses
+    // the next header once; a fresh one is cheap next to the failures that need it.
+    void Renew() {
+        if (handle_) tjDestroy(handle_);
+        handle_ = tjInitDecompress();
+    }
 
 private:
     tjhandle handle_;
@@ -52,26 +58,58 @@ bool IsJpegFileName(std::string_view name) {
 bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height) {
     tjhandle handle = ThreadDecompressor().Handle();
     int subsampling = 0, colorspace = 0;
-    return handle && !bytes.empty() &&
-           tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
-                               &colorspace) == 0;
+    if (!handle || bytes.empty()) return false;
+    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
+                            &colorspace) == 0)
+        return true;
+    ThreadDecompressor().Renew();
+    return false;
+}
+
+namespace {
+
+// The header of a picture worth decoding: a size within the DIB limits and plausible for the
+// number of bytes.
+bool DecodableSize(tjhandle handle, std::span<const std::uint8_t> bytes, int& width, int& height) {
+    int subsampling = 0, colorspace = 0;
+    if (!handle || bytes.empty()) return false;
+    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
+                            &colorspace) != 0) {
+        ThreadDecompressor().Renew();
+        return false;
+    }
+    if (width <= 0 || height <= 0 || !DIB::SizeAllowed(width, height)) return false;
+    return std::int64_t{width} * height / kJpegPixelsPerByte <=
+           static_cast<std::int64_t>(bytes.size());
+}
+
+} // namespace
+
+bool DecodeJpegBottomUpBgr(std::span<const std::uint8_t> bytes, std::vector<std::uint8_t>& pixels,
+                           int& width, int& height) {
+    tjhandle handle = ThreadDecompressor().Handle();
+    if (!DecodableSize(handle, bytes, width, height)) return false;
+    const int pitch = (width * 3 + 3) & ~3;
+    pixels.resize(static_cast<std::size_t>(pitch) * height);
+    if (tjDecompress2(handle, bytes.data(), bytes.size(), pixels.data(), width, pitch, height,
+                      TJPF_BGR, TJFLAG_BOTTOMUP) == 0)
+        return true;
+    ThreadDecompressor().Renew();
+    return false;
 }
 
 bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
     tjhandle handle = ThreadDecompressor().Handle();
-    if (!handle || bytes.empty()) return false;
-    int width = 0, height = 0, subsampling = 0, colorspace = 0;
-    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
-                            &colorspace) != 0)
-        return false;
-    if (width <= 0 || height <= 0 || !DIB::SizeAllowed(width, height)) return false;
-    if (std::int64_t{width} * height / kJpegPixelsPerByte > static_cast<std::int64_t>(bytes.size()))
-        return false;
+    int width = 0, height = 0;
+    if (!DecodableSize(handle, bytes, width, height)) return false;
     if (!dib.SetWidthHeight(width, height) || !dib.HasBitmap()) return false;
     // A warning (such as a truncated file) also fails: a half-written camera picture is not
     // worth showing.
-    return tjDecompress2(handle, bytes.data(), bytes.size(), dib.DIBPtr(), width, dib.Pitch(),
-                         height, TJPF_BGR, TJFLAG_BOTTOMUP) == 0;
+    if (tjDecompress2(handle, bytes.data(), bytes.size(), dib.DIBPtr(), width, dib.Pitch(), height,
+                      TJPF_BGR, TJFLAG_BOTTOMUP) == 0)
+        return true;
+    ThreadDecompressor().Renew();
+    return false;
 }
 
 JpegResult LoadJpegIntoDIB(std::string_view file_name, DIB& dib) {

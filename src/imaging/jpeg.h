@@ -35,6 +35,10 @@ bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height);
 // Decodes JPEG bytes into `dib`; false for anything the codec refuses or a size beyond the
 // DIB limits (checked before any pixel memory is taken).
 bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib);
+// Decodes JPEG bytes into `pixels` as bottom-up BGR rows padded to 4 bytes (a camera frame's
+// layout), resizing it; the same refusals as DecodeJpegIntoDIB.
+bool DecodeJpegBottomUpBgr(std::span<const std::uint8_t> bytes, std::vector<std::uint8_t>& pixels,
+                           int& width, int& height);
 
 // The most bytes an encoded picture may take: the room the old codec was given.
 inline std::size_t JpegSizeBound(int width, int height) {

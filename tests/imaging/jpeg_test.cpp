@@ -3,6 +3,7 @@
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -154,6 +155,41 @@ TEST(Jpeg, BrokenFilesAreRefusedWithoutGiantAllocations) {
     EXPECT_FALSE(DecodeJpegIntoDIB(AsBytes(huge), dib));
     EXPECT_FALSE(dib.HasBitmap());
     EXPECT_TRUE(DecodeJpegIntoDIB(AsBytes(good), dib));
+
+    // A camera frame's decoding refuses the same, and takes no memory for the huge one.
+    std::vector<std::uint8_t> rows;
+    int width = 0, height = 0;
+    EXPECT_FALSE(DecodeJpegBottomUpBgr(AsBytes(huge), rows, width, height));
+    EXPECT_TRUE(rows.empty());
+    EXPECT_FALSE(
+        DecodeJpegBottomUpBgr(AsBytes(good.substr(0, good.size() / 2)), rows, width, height));
+    // The next good picture decodes at once: a failure leaves the decoder clean (it used to
+    // refuse the next header once).
+    EXPECT_TRUE(DecodeJpegIntoDIB(AsBytes(good), dib));
+    EXPECT_FALSE(DecodeJpegIntoDIB(AsBytes(good.substr(0, good.size() - 40)), dib));
+    EXPECT_TRUE(DecodeJpegBottomUpBgr(AsBytes(good), rows, width, height));
+}
+
+// A camera frame decodes into the rows a DIB of the picture holds: bottom-up, padded to 4
+// bytes (an odd width makes the padding show).
+TEST(Jpeg, CameraFramesDecodeIntoTheRowsOfAPicture) {
+    DIB picture(61, 37);
+    test::FillSmooth(picture);
+    const std::string jpeg = AsString(EncodeJpeg(picture, 90));
+    DIB expected;
+    ASSERT_TRUE(DecodeJpegIntoDIB(AsBytes(jpeg), expected));
+    std::vector<std::uint8_t> rows(3, 0xAA);
+    int width = 0, height = 0;
+    ASSERT_TRUE(DecodeJpegBottomUpBgr(AsBytes(jpeg), rows, width, height));
+    EXPECT_EQ(width, 61);
+    EXPECT_EQ(height, 37);
+    const std::size_t pitch = 184; // 61 x 3 = 183, padded
+    ASSERT_EQ(rows.size(), pitch * 37);
+    for (int y = 0; y < height; ++y) {
+        // Row 0 of the picture (its top) is the last row in memory.
+        const std::uint8_t* row = rows.data() + pitch * static_cast<std::size_t>(height - 1 - y);
+        EXPECT_TRUE(std::equal(row, row + 183, expected.scanline(y))) << "row " << y;
+    }
 }
 
 } // namespace

@@ -1,0 +1,123 @@
+// Decoding one MJPEG camera frame into the frame layout the feeds take (bottom-up BGR rows):
+// libjpeg-turbo straight into it, against libavcodec's decoder plus swscale's conversion,
+// the two ways the capture reader can take.
+//
+// TESS_BENCH_MJPEG names a JPEG file to decode (bench/camera_vs_peers.py's camera frames are
+// one: ffmpeg's 4:2:0 MJPEG of testsrc2); without it the frame is drawn and encoded here.
+
+#include "capture/raw_frame.h"
+#include "imaging/dib.h"
+#include "imaging/jpeg.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libswscale/swscale.h>
+}
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+using tess::DIB;
+using tess::RawFrame;
+
+// Gradients, hard-edged boxes and +-4 of sensor noise, as a camera gives, at quality 90.
+std::vector<std::uint8_t> DrawnFrame() {
+    DIB dib(1280, 720);
+    std::mt19937 rng(7);
+    for (int y = 0; y < dib.Height(); ++y) {
+        std::uint8_t* row = dib.scanline(y);
+        for (int x = 0; x < dib.Width(); ++x) {
+            const bool box = (x / 160 + y / 120) % 3 == 0;
+            for (int c = 0; c < 3; ++c) {
+                const int base = box ? 40 + 70 * c : ((x + 2 * y) * (c + 1) / 8) % 256;
+                row[x * 3 + c] = static_cast<std::uint8_t>(
+                    std::clamp(base + static_cast<int>(rng() % 9) - 4, 0, 255));
+            }
+        }
+    }
+    return tess::EncodeJpeg(dib, 90);
+}
+
+const std::vector<std::uint8_t>& Frame() {
+    static const std::vector<std::uint8_t> frame = [] {
+        const char* name = std::getenv("TESS_BENCH_MJPEG");
+        if (!name) return DrawnFrame();
+        std::ifstream in(name, std::ios::binary);
+        std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(in), {}};
+        if (bytes.empty()) {
+            std::fprintf(stderr, "%s: cannot read\n", name);
+            std::exit(1);
+        }
+        return bytes;
+    }();
+    return frame;
+}
+
+void BM_MjpegFrameLibjpegTurbo(benchmark::State& state) {
+    RawFrame out;
+    for (auto _ : state) {
+        if (!tess::DecodeJpegBottomUpBgr(Frame(), out.bytes, out.width, out.height)) {
+            state.SkipWithError("libjpeg-turbo refused the frame");
+            return;
+        }
+        benchmark::DoNotOptimize(out.bytes.data());
+    }
+    state.SetLabel(std::to_string(Frame().size()) + " bytes");
+}
+BENCHMARK(BM_MjpegFrameLibjpegTurbo)->Unit(benchmark::kMillisecond);
+
+// What the reader did for every MJPEG frame before: one-thread libavcodec decoding, then
+// swscale into bottom-up BGR rows.
+void BM_MjpegFrameLibavcodecAndSwscale(benchmark::State& state) {
+    const AVCodec* decoder = avcodec_find_decoder(AV_CODEC_ID_MJPEG);
+    AVCodecContext* codec = avcodec_alloc_context3(decoder);
+    codec->thread_count = 1;
+    avcodec_open2(codec, decoder, nullptr);
+    AVPacket* packet = av_packet_alloc();
+    AVFrame* frame = av_frame_alloc();
+    SwsContext* scaler = nullptr;
+    std::vector<std::uint8_t> buffer(Frame().size() + AV_INPUT_BUFFER_PADDING_SIZE);
+    std::copy(Frame().begin(), Frame().end(), buffer.begin());
+    RawFrame out;
+    for (auto _ : state) {
+        packet->data = buffer.data();
+        packet->size = static_cast<int>(Frame().size());
+        if (avcodec_send_packet(codec, packet) < 0 || avcodec_receive_frame(codec, frame) < 0) {
+            state.SkipWithError("libavcodec refused the frame");
+            break;
+        }
+        out.width = frame->width;
+        out.height = frame->height;
+        out.bytes.resize(out.Size());
+        const int pitch = static_cast<int>(out.Pitch());
+        scaler = sws_getCachedContext(
+            scaler, frame->width, frame->height, static_cast<AVPixelFormat>(frame->format),
+            frame->width, frame->height, AV_PIX_FMT_BGR24, SWS_POINT, nullptr, nullptr, nullptr);
+        std::uint8_t* planes[4] = {out.bytes.data() +
+                                       static_cast<std::size_t>(pitch) * (frame->height - 1),
+                                   nullptr, nullptr, nullptr};
+        int strides[4] = {-pitch, 0, 0, 0};
+        sws_scale(scaler, frame->data, frame->linesize, 0, frame->height, planes, strides);
+        av_frame_unref(frame);
+        benchmark::DoNotOptimize(out.bytes.data());
+    }
+    sws_freeContext(scaler);
+    av_frame_free(&frame);
+    packet->data = nullptr;
+    packet->size = 0;
+    av_packet_free(&packet);
+    avcodec_free_context(&codec);
+}
+BENCHMARK(BM_MjpegFrameLibavcodecAndSwscale)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
