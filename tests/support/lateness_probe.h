@@ -23,7 +23,7 @@ public:
 
     void Start() {
         running_ = true;
-        due_ = Clock::now();
+        due_ = start_ = Clock::now();
         Arm();
     }
     void Stop() {
@@ -32,6 +32,9 @@ public:
     }
 
     std::size_t Ticks() const { return lateness_.size(); }
+    // When tick `index` was due, and how late it ran.
+    Clock::time_point Due(std::size_t index) const { return start_ + period_ * (index + 1); }
+    const std::vector<Clock::duration>& Lateness() const { return lateness_; }
     // The lateness in milliseconds that `fraction` (0.99 for the 99th percentile) of the
     // ticks did not exceed; 1.0 gives the largest.
     double PercentileMs(double fraction) const {
@@ -56,6 +59,7 @@ private:
 
     asio::steady_timer timer_;
     std::chrono::microseconds period_;
+    Clock::time_point start_;
     Clock::time_point due_;
     bool running_ = false;
     std::vector<Clock::duration> lateness_;
