@@ -5,11 +5,12 @@
 // Judged on the median and the 99th percentile of the probe's lateness. Because the probe's
 // ticks are due on a fixed grid, a call that blocked the loop for more than about 6 periods
 // would make more than 1 % of them late, and one that waited for the server (a second and
-// more here) would make most of them late. A shared 2-core machine also stops the whole
-// process now and then, by up to a hundred milliseconds under load, which no code of ours
-// can help: a witness thread that only sleeps a millisecond at a time misses its wake-ups
-// then too, so the time it missed is taken out of each tick's lateness. A loop blocked by
-// the engine does not stop the witness.
+// more here) would make most of them late. A shared 2-core machine also holds the loop back
+// now and then, by up to a hundred milliseconds under load, which no code of ours can help,
+// and that is taken out of each tick's lateness: the time the whole process was stopped (a
+// witness thread that only sleeps a millisecond at a time misses its wake-ups then too) or
+// the time the loop's thread alone waited for a core (the kernel counts it per thread). A
+// loop blocked by the engine is neither, so it shows in full.
 //
 // libcurl itself waits for the server's answer after the data (the "226 Transfer complete")
 // and for the answer to QUIT with a blocking poll, so this holds only because the engine
@@ -23,6 +24,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -71,15 +73,16 @@ private:
     std::thread thread_;
 };
 
-// The probe's lateness less what the witness says the whole process was held meanwhile.
+// The probe's lateness less the machine's part: the whole process held (the witness) or the
+// loop's thread alone waiting for a core, whichever is longer.
 double OwnPercentileMs(const test::LatenessProbe& probe, const Witness& witness, double fraction) {
     std::vector<double> own;
     for (std::size_t i = 0; i < probe.Ticks(); ++i) {
         const auto late = probe.Lateness()[i];
         const auto due = probe.Due(i);
-        own.push_back(std::chrono::duration<double, std::milli>(
-                          late - std::min(late, witness.HeldWithin(due, due + late)))
-                          .count());
+        const auto machine = std::max(witness.HeldWithin(due, due + late), probe.WaitedForCore(i));
+        own.push_back(
+            std::chrono::duration<double, std::milli>(late - std::min(late, machine)).count());
     }
     if (own.empty()) return 0;
     std::sort(own.begin(), own.end());
@@ -142,9 +145,57 @@ TEST(FtpThrottleTest, ASlowServerNeverMakesATickLate) {
     EXPECT_LE(own_p99, 5.0) << "ticks " << probe.Ticks() << ", p99 " << probe.PercentileMs(0.99)
                             << " ms, max " << probe.MaxMs() << " ms";
     std::printf("upload %.2f s, %zu ticks, lateness median %.3f ms, p99 %.3f ms, max %.3f ms; "
-                "p99 less the process's hold-ups %.3f ms\n",
+                "p99 less the machine's part %.3f ms\n",
                 seconds, probe.Ticks(), probe.PercentileMs(0.5), probe.PercentileMs(0.99),
                 probe.MaxMs(), own_p99);
+}
+
+// Stopping an upload must not wait for a server that has stopped answering either: libcurl
+// would otherwise wait for the answer to its QUIT. The engine then starts afresh.
+TEST(FtpThrottleTest, StoppingWhileTheServerIsFrozenReturnsAtOnce) {
+    test::FtpServerOptions options;
+    options.throttle_bytes_per_second = 100000;
+    FtpTestServer server(options);
+    const std::string picture(300000, 'p');
+
+    test::EngineRun run;
+    run.LogIn(server.ServerName(), FtpTestServer::kUser, FtpTestServer::kPassword);
+    ASSERT_TRUE(run.ftp.SendDataFile(picture, "", "stalled.jpg", 6));
+    const auto sending_by = std::chrono::steady_clock::now() + 20s;
+    while (run.statuses.empty() || run.statuses.back() != "Sending File") {
+        ASSERT_LT(std::chrono::steady_clock::now(), sending_by);
+        run.loop.run_one_for(50ms);
+    }
+    run.loop.run_for(300ms);
+    server.Freeze();
+
+    auto start = std::chrono::steady_clock::now();
+    run.ftp.Disconnect();
+    const double disconnect_ms =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    ASSERT_TRUE(run.RunToEnd(10s));
+    server.Thaw();
+    EXPECT_LT(disconnect_ms, 500.0);
+    EXPECT_FALSE(std::filesystem::exists(server.File("stalled.jpg")));
+
+    // The next upload opens a new connection and completes.
+    run.statuses.clear();
+    ASSERT_TRUE(run.ftp.SendDataFile("small", "", "after.jpg", 6));
+    ASSERT_TRUE(run.RunToEnd());
+    EXPECT_EQ(run.statuses.back(), "Complete") << ::testing::PrintToString(run.statuses);
+    EXPECT_EQ(test::ReadIfThere(server.File("after.jpg")), "small");
+
+    // Shutting the engine down mid-upload, the server frozen again, joins its thread at once.
+    ASSERT_TRUE(run.ftp.SendDataFile(picture, "", "again.jpg", 6));
+    run.loop.run_for(300ms);
+    server.Freeze();
+    start = std::chrono::steady_clock::now();
+    run.ftp.Shutdown();
+    const double shutdown_ms =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    server.Thaw();
+    EXPECT_LT(shutdown_ms, 500.0);
+    std::printf("disconnect %.3f ms, shutdown %.3f ms\n", disconnect_ms, shutdown_ms);
 }
 
 } // namespace
