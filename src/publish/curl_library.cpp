@@ -40,7 +40,9 @@ const CurlLibrary* Load() {
                        Find(library, "curl_multi_socket_action", curl.multi_socket_action) &&
                        Find(library, "curl_multi_info_read", curl.multi_info_read) &&
                        Find(library, "curl_multi_timeout", curl.multi_timeout) &&
-                       Find(library, "curl_multi_socket_all", curl.multi_socket_all);
+                       Find(library, "curl_multi_socket_all", curl.multi_socket_all) &&
+                       Find(library, "curl_multi_perform", curl.multi_perform) &&
+                       Find(library, "curl_multi_poll", curl.multi_poll);
     if (!found) {
         LogError("downloads and FTP uploads are not possible: this libcurl lacks {}", ::dlerror());
         return nullptr;

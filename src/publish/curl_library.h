@@ -28,6 +28,8 @@ struct CurlLibrary {
     decltype(&::curl_multi_info_read) multi_info_read;
     decltype(&::curl_multi_timeout) multi_timeout;
     decltype(&::curl_multi_socket_all) multi_socket_all;
+    decltype(&::curl_multi_perform) multi_perform;
+    decltype(&::curl_multi_poll) multi_poll;
 };
 
 // The library, loaded and initialised on the first call; null (and one log line) when it

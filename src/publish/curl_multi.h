@@ -2,8 +2,9 @@
 
 // libcurl's multi interface driven by the event loop: curl's sockets are watched by the loop
 // and its one timer is a loop timer, so transfers never block and an idle multi costs
-// nothing. The URL downloads and the FTP engines each own one. Everything here runs on the
-// loop thread.
+// nothing. The URL downloads own one; FTP does not use it, as libcurl waits for an FTP
+// server's last answer with a blocking poll (see FtpWorker). Everything here runs on the loop
+// thread.
 
 #include <cstddef>
 #include <functional>

@@ -68,25 +68,44 @@ std::string FtpCommand::Text() const {
     return {};
 }
 
+// What curl's callbacks touch while a command runs: the worker thread's from the moment the
+// handle is handed over until the command's end is posted back, the loop thread's otherwise.
+struct FtpControl::Transfer {
+    explicit Transfer(const CurlLibrary& library) : curl(library), easy(library.easy_init()) {}
+    ~Transfer() {
+        if (easy && !handed) curl.easy_cleanup(easy);
+        if (quote) curl.slist_free_all(quote);
+    }
+    Transfer(const Transfer&) = delete;
+    Transfer& operator=(const Transfer&) = delete;
+
+    const CurlLibrary& curl;
+    CURL* const easy;
+    bool handed = false; // the worker owns the handle
+    curl_slist* quote = nullptr;
+    std::shared_ptr<const std::string> data;
+    std::size_t data_sent = 0;
+    std::string last_reply; // the server's last answer line
+    bool lost_connection = false;
+    char error[CURL_ERROR_SIZE] = {};
+};
+
 FtpControl::FtpControl(asio::io_context& loop, StateChanged changed)
     : loop_(loop), changed_(std::move(changed)) {}
 
 FtpControl::~FtpControl() {
     Cancel();
-    if (easy_) curl_->easy_cleanup(easy_);
+    worker_.reset();
 }
 
 void FtpControl::Cancel() {
     ++serial_;
     executing_ = false;
-    DropConnection();
+    DropConnection(true);
 }
 
-void FtpControl::DropConnection() {
-    if (multi_ && easy_) multi_->Remove(easy_);
-    multi_.reset();
-    if (quote_) curl_->slist_free_all(quote_);
-    quote_ = nullptr;
+void FtpControl::DropConnection(bool at_once) {
+    if (worker_) worker_->Drop(at_once);
     directory_.clear();
 }
 
@@ -94,26 +113,27 @@ void FtpControl::Execute(const FtpCommand& command) {
     if (executing_) Cancel();
     executing_ = true;
     ++serial_;
-    if (!multi_) multi_ = std::make_unique<CurlMulti>(loop_);
-    curl_ = multi_->Library();
+    curl_ = Curl();
+    if (curl_ && !worker_) worker_ = std::make_unique<FtpWorker>(loop_, *curl_);
     // A fresh handle per command: a handle used again after leaving the multi is not told
     // about the kept connection's socket by this libcurl, and its transfer waits forever.
-    if (curl_ && easy_) curl_->easy_cleanup(easy_);
-    easy_ = curl_ ? curl_->easy_init() : nullptr;
-    if (!curl_ || !easy_) return Report(kStateError, "libcurl cannot be loaded");
+    transfer_ = curl_ ? std::make_shared<Transfer>(*curl_) : nullptr;
+    if (!transfer_ || !transfer_->easy) return Report(kStateError, "libcurl cannot be loaded");
 
     std::string problem;
     if (!Configure(command, problem)) return Report(kStateError, problem);
     if (command.kind == FtpCommandKind::Close && sftp_) {
         // SSH closes its session as the connection goes; there is no command for it.
-        DropConnection();
+        DropConnection(false);
         return Report(kStateResponseCompleted);
     }
-    std::uint64_t serial = serial_;
-    const bool added = multi_->Add(easy_, [this, serial](CURL*, CURLcode code) {
-        if (serial == serial_) Finished(code);
-    });
-    if (!added) Report(kStateError, "cannot start the transfer");
+    transfer_->handed = true;
+    auto done = [this, alive = std::weak_ptr<char>(alive_), serial = serial_,
+                 transfer = transfer_](CURLcode code) {
+        if (!alive.expired() && serial == serial_) Finished(*transfer, code);
+    };
+    if (!worker_->Add(transfer_->easy, transfer_, std::move(done)))
+        Report(kStateError, "cannot start the transfer");
 }
 
 // The event comes from the loop, never from inside Execute.
@@ -127,17 +147,15 @@ void FtpControl::Report(int state, std::string info) {
     });
 }
 
-void FtpControl::Finished(CURLcode code) {
-    if (quote_) curl_->slist_free_all(quote_);
-    quote_ = nullptr;
-    if (closing_) DropConnection();
+void FtpControl::Finished(const Transfer& transfer, CURLcode code) {
+    if (closing_) DropConnection(false);
     if (code == CURLE_OK) return Report(kStateResponseCompleted);
-    const bool server_refused =
-        !last_reply_.empty() && (last_reply_[0] == '4' || last_reply_[0] == '5');
-    std::string info = lost_connection_ ? "the connection to the server was lost"
-                       : server_refused ? last_reply_
-                       : error_[0]      ? std::string(error_)
-                                        : std::string(curl_->easy_strerror(code));
+    const std::string& reply = transfer.last_reply;
+    const bool server_refused = !reply.empty() && (reply[0] == '4' || reply[0] == '5');
+    std::string info = transfer.lost_connection ? "the connection to the server was lost"
+                       : server_refused         ? reply
+                       : transfer.error[0]      ? std::string(transfer.error)
+                                                : std::string(curl_->easy_strerror(code));
     // A refusal can leave the connection usable, but the engine starts afresh after errors.
     Report(kStateError, std::move(info));
 }
@@ -170,13 +188,12 @@ bool FtpControl::Configure(const FtpCommand& command, std::string& problem) {
         break;
     }
     if (command.kind == FtpCommandKind::Connect) url = Url("", "");
-    url_ = address->Base() + url;
-    if (!SetOptions(command, url_)) {
+    if (!SetOptions(command, address->Base() + url)) {
         problem = "libcurl refused an option";
         return false;
     }
     if (address->protocol == FtpProtocol::Ftpes)
-        curl_->easy_setopt(easy_, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
+        curl_->easy_setopt(transfer_->easy, CURLOPT_USE_SSL, static_cast<long>(CURLUSESSL_ALL));
     return true;
 }
 
@@ -204,65 +221,63 @@ std::string FtpControl::QuotePath(const std::string& name) const {
 }
 
 bool FtpControl::SetOptions(const FtpCommand& command, const std::string& url) {
-    error_[0] = '\0';
-    last_reply_.clear();
+    Transfer& transfer = *transfer_;
+    CURL* easy = transfer.easy;
     CURLcode code = CURLE_OK;
     auto set = [&code](CURLcode result) {
         if (code == CURLE_OK) code = result;
     };
-    set(curl_->easy_setopt(easy_, CURLOPT_URL, url.c_str()));
-    set(curl_->easy_setopt(easy_, CURLOPT_PROTOCOLS_STR, "ftp,ftps,sftp"));
-    set(curl_->easy_setopt(easy_, CURLOPT_USERNAME, login_.user.c_str()));
-    set(curl_->easy_setopt(easy_, CURLOPT_PASSWORD, login_.password.c_str()));
-    set(curl_->easy_setopt(easy_, CURLOPT_NOSIGNAL, 1L));
-    if (std::getenv("TESS_FTP_VERBOSE")) set(curl_->easy_setopt(easy_, CURLOPT_VERBOSE, 1L));
-    set(curl_->easy_setopt(easy_, CURLOPT_ERRORBUFFER, error_));
+    set(curl_->easy_setopt(easy, CURLOPT_URL, url.c_str()));
+    set(curl_->easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "ftp,ftps,sftp"));
+    set(curl_->easy_setopt(easy, CURLOPT_USERNAME, login_.user.c_str()));
+    set(curl_->easy_setopt(easy, CURLOPT_PASSWORD, login_.password.c_str()));
+    set(curl_->easy_setopt(easy, CURLOPT_NOSIGNAL, 1L));
+    if (std::getenv("TESS_FTP_VERBOSE")) set(curl_->easy_setopt(easy, CURLOPT_VERBOSE, 1L));
+    set(curl_->easy_setopt(easy, CURLOPT_ERRORBUFFER, transfer.error));
     // Only the connect command may open a connection: a command that finds the connection
     // gone must fail, not run on a new one that has lost the directory change.
-    lost_connection_ = false;
     if (command.kind != FtpCommandKind::Connect) {
-        set(curl_->easy_setopt(easy_, CURLOPT_PREREQFUNCTION, &FtpControl::OnPrerequest));
-        set(curl_->easy_setopt(easy_, CURLOPT_PREREQDATA, this));
+        set(curl_->easy_setopt(easy, CURLOPT_PREREQFUNCTION, &FtpControl::OnPrerequest));
+        set(curl_->easy_setopt(easy, CURLOPT_PREREQDATA, &transfer));
     }
-    set(curl_->easy_setopt(easy_, CURLOPT_HEADERFUNCTION, &FtpControl::OnHeader));
-    set(curl_->easy_setopt(easy_, CURLOPT_HEADERDATA, this));
+    set(curl_->easy_setopt(easy, CURLOPT_HEADERFUNCTION, &FtpControl::OnHeader));
+    set(curl_->easy_setopt(easy, CURLOPT_HEADERDATA, &transfer));
     const long timeout = login_.timeout_seconds;
-    set(curl_->easy_setopt(easy_, CURLOPT_CONNECTTIMEOUT, timeout));
-    set(curl_->easy_setopt(easy_, CURLOPT_SERVER_RESPONSE_TIMEOUT, timeout));
+    set(curl_->easy_setopt(easy, CURLOPT_CONNECTTIMEOUT, timeout));
+    set(curl_->easy_setopt(easy, CURLOPT_SERVER_RESPONSE_TIMEOUT, timeout));
     // A transfer that stalls for the time-out fails; a slow one that moves does not.
-    set(curl_->easy_setopt(easy_, CURLOPT_LOW_SPEED_LIMIT, 1L));
-    set(curl_->easy_setopt(easy_, CURLOPT_LOW_SPEED_TIME, timeout));
+    set(curl_->easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L));
+    set(curl_->easy_setopt(easy, CURLOPT_LOW_SPEED_TIME, timeout));
     const std::string digest = KeyDigest(login_.server_key);
     if (!digest.empty() && sftp_) {
-        set(curl_->easy_setopt(easy_, CURLOPT_SSH_HOST_PUBLIC_KEY_SHA256, digest.c_str()));
+        set(curl_->easy_setopt(easy, CURLOPT_SSH_HOST_PUBLIC_KEY_SHA256, digest.c_str()));
     } else if (!digest.empty()) {
         // The named key stands in for the chain of trust: a self-signed certificate passes
         // when its key is the one given, and nothing else does.
         const std::string pin = "sha256//" + digest;
-        set(curl_->easy_setopt(easy_, CURLOPT_SSL_VERIFYPEER, 0L));
-        set(curl_->easy_setopt(easy_, CURLOPT_SSL_VERIFYHOST, 0L));
-        set(curl_->easy_setopt(easy_, CURLOPT_PINNEDPUBLICKEY, pin.c_str()));
+        set(curl_->easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 0L));
+        set(curl_->easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 0L));
+        set(curl_->easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, pin.c_str()));
     } else if (sftp_) {
         const char* home = std::getenv("HOME");
         const std::string known = std::string(home ? home : "") + "/.ssh/known_hosts";
-        set(curl_->easy_setopt(easy_, CURLOPT_SSH_KNOWNHOSTS, known.c_str()));
+        set(curl_->easy_setopt(easy, CURLOPT_SSH_KNOWNHOSTS, known.c_str()));
     }
     if (sftp_ && !login_.password.empty())
-        set(curl_->easy_setopt(easy_, CURLOPT_SSH_AUTH_TYPES,
+        set(curl_->easy_setopt(easy, CURLOPT_SSH_AUTH_TYPES,
                                static_cast<long>(CURLSSH_AUTH_PASSWORD | CURLSSH_AUTH_KEYBOARD)));
 
     auto quote = [&](const std::string& line) {
-        quote_ = curl_->slist_append(quote_, line.c_str());
+        transfer.quote = curl_->slist_append(transfer.quote, line.c_str());
     };
     switch (command.kind) {
     case FtpCommandKind::Put:
-        data_ = command.data;
-        data_sent_ = 0;
-        set(curl_->easy_setopt(easy_, CURLOPT_UPLOAD, 1L));
-        set(curl_->easy_setopt(easy_, CURLOPT_READFUNCTION, &FtpControl::OnRead));
-        set(curl_->easy_setopt(easy_, CURLOPT_READDATA, this));
-        set(curl_->easy_setopt(easy_, CURLOPT_INFILESIZE_LARGE,
-                               static_cast<curl_off_t>(data_ ? data_->size() : 0)));
+        transfer.data = command.data;
+        set(curl_->easy_setopt(easy, CURLOPT_UPLOAD, 1L));
+        set(curl_->easy_setopt(easy, CURLOPT_READFUNCTION, &FtpControl::OnRead));
+        set(curl_->easy_setopt(easy, CURLOPT_READDATA, &transfer));
+        set(curl_->easy_setopt(easy, CURLOPT_INFILESIZE_LARGE,
+                               static_cast<curl_off_t>(transfer.data ? transfer.data->size() : 0)));
         break;
     case FtpCommandKind::ChangeDirectory:
         if (!sftp_) quote("CWD " + Trimmed(command.first));
@@ -285,40 +300,41 @@ bool FtpControl::SetOptions(const FtpCommand& command, const std::string& url) {
     default:
         break;
     }
-    if (command.kind != FtpCommandKind::Put) set(curl_->easy_setopt(easy_, CURLOPT_NOBODY, 1L));
+    if (command.kind != FtpCommandKind::Put) set(curl_->easy_setopt(easy, CURLOPT_NOBODY, 1L));
     // A directory change comes before the (empty) transfer, everything else after it.
     const CURLoption list =
         command.kind == FtpCommandKind::ChangeDirectory ? CURLOPT_QUOTE : CURLOPT_POSTQUOTE;
-    if (quote_) set(curl_->easy_setopt(easy_, list, quote_));
+    if (transfer.quote) set(curl_->easy_setopt(easy, list, transfer.quote));
     return code == CURLE_OK;
 }
 
+// These three run on the worker thread and touch nothing but the command's transfer.
 int FtpControl::OnPrerequest(void* self, char*, char*, int, int) {
-    auto& control = *static_cast<FtpControl*>(self);
+    auto& transfer = *static_cast<Transfer*>(self);
     long connects = 0;
-    control.curl_->easy_getinfo(control.easy_, CURLINFO_NUM_CONNECTS, &connects);
+    transfer.curl.easy_getinfo(transfer.easy, CURLINFO_NUM_CONNECTS, &connects);
     if (connects == 0) return CURL_PREREQFUNC_OK;
-    control.lost_connection_ = true;
+    transfer.lost_connection = true;
     return CURL_PREREQFUNC_ABORT;
 }
 
 std::size_t FtpControl::OnRead(char* buffer, std::size_t size, std::size_t count, void* self) {
-    auto& control = *static_cast<FtpControl*>(self);
-    if (!control.data_) return 0;
-    const std::string& data = *control.data_;
-    std::size_t bytes = std::min(size * count, data.size() - control.data_sent_);
-    std::memcpy(buffer, data.data() + control.data_sent_, bytes);
-    control.data_sent_ += bytes;
+    auto& transfer = *static_cast<Transfer*>(self);
+    if (!transfer.data) return 0;
+    const std::string& data = *transfer.data;
+    std::size_t bytes = std::min(size * count, data.size() - transfer.data_sent);
+    std::memcpy(buffer, data.data() + transfer.data_sent, bytes);
+    transfer.data_sent += bytes;
     return bytes;
 }
 
 // FTP answers come through here one line at a time; curl's own header lines do not start
 // with a number.
 std::size_t FtpControl::OnHeader(char* buffer, std::size_t size, std::size_t count, void* self) {
-    auto& control = *static_cast<FtpControl*>(self);
+    auto& transfer = *static_cast<Transfer*>(self);
     const std::size_t bytes = size * count;
     if (bytes >= 3 && std::isdigit(static_cast<unsigned char>(buffer[0])))
-        control.last_reply_ = OneLine(std::string_view(buffer, bytes));
+        transfer.last_reply = OneLine(std::string_view(buffer, bytes));
     return bytes;
 }
 

@@ -2,10 +2,11 @@
 
 // The FTP client the transfer engine drives: one command at a time (connect, change
 // directory, put, delete, rename, close), each ending in a state-change event, as an Internet
-// transfer control would report it. Runs on libcurl's multi interface on the event loop, so
-// no command ever blocks; FTPS and SFTP come with it.
+// transfer control would report it. libcurl runs the commands on the control's own worker
+// thread (see FtpWorker for why), so no command ever holds up the event loop; everything
+// here, the state changes included, stays on the loop thread. FTPS and SFTP come with it.
 
-#include "publish/curl_multi.h"
+#include "publish/ftp_worker.h"
 
 #include <cstdint>
 #include <functional>
@@ -63,6 +64,8 @@ public:
     const std::string& ResponseInfo() const { return response_info_; }
 
 private:
+    struct Transfer;
+
     static std::size_t OnRead(char* buffer, std::size_t size, std::size_t count, void* self);
     static int OnPrerequest(void* self, char* to, char* from, int to_port, int from_port);
     static std::size_t OnHeader(char* buffer, std::size_t size, std::size_t count, void* self);
@@ -71,30 +74,24 @@ private:
     bool SetOptions(const FtpCommand& command, const std::string& url);
     std::string Url(const std::string& directory, const std::string& name) const;
     std::string QuotePath(const std::string& name) const;
-    void Finished(CURLcode code);
+    void Finished(const Transfer& transfer, CURLcode code);
     void Report(int state, std::string info = {});
-    void DropConnection();
+    // `at_once`: without the goodbye, which a stalled server would make the worker wait for.
+    void DropConnection(bool at_once);
 
     asio::io_context& loop_;
     StateChanged changed_;
     FtpLogin login_;
-    std::unique_ptr<CurlMulti> multi_; // its cache holds the one connection
     const struct CurlLibrary* curl_ = nullptr;
-    CURL* easy_ = nullptr;
-    curl_slist* quote_ = nullptr;
-    std::shared_ptr<const std::string> data_;
-    std::size_t data_sent_ = 0;
-    std::string url_;
-    std::string directory_;  // the directory changed to, "" for the login directory
-    std::string last_reply_; // the server's last answer line
+    std::unique_ptr<FtpWorker> worker_;  // started with the first command
+    std::shared_ptr<Transfer> transfer_; // the command being set up or run
+    std::string directory_;              // the directory changed to, "" for the login directory
     std::string response_info_;
     bool executing_ = false;
     std::uint64_t serial_ = 0; // tells a late completion whether its command still counts
     std::shared_ptr<char> alive_ = std::make_shared<char>();
     bool sftp_ = false;
     bool closing_ = false;
-    bool lost_connection_ = false;
-    char error_[CURL_ERROR_SIZE] = {};
 };
 
 } // namespace tess
