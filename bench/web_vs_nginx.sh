@@ -6,7 +6,7 @@
 #   REPS=5 DURATION=10s bench/web_vs_nginx.sh
 #   FRAME_QUALITY=90 bench/web_vs_nginx.sh   (the frame from a JPEG file, as from a camera)
 #
-# Keep-alive load: wrk -t2 -c64 -d10s with "Connection: keep-alive" (wrk sends HTTP/1.1
+# Keep-alive load: wrk -t2 -c64 -d10s (CONNECTIONS=N to change -c) with "Connection: keep-alive" (wrk sends HTTP/1.1
 # without that header; both servers get the same requests). Our server runs twice: with the
 # picture kept (Interval 60, one encoding for the whole run) and with Interval 0 (a new
 # encoding for every request). For each of our runs the server also reports how its fixed
@@ -84,7 +84,7 @@ CONF
 # One wrk run: prints "rps lat_avg_ms p50_ms p99_ms errors".
 load() {
     local out
-    out=$(wrk -t2 -c64 -d"$duration" --latency -H 'Connection: keep-alive' "$1")
+    out=$(wrk -t2 -c"${CONNECTIONS:-64}" -d"$duration" --latency -H 'Connection: keep-alive' "$1")
     echo "$out" >> "$work/wrk.log"
     /usr/bin/python3 - "$out" <<'PY'
 import re, sys
