@@ -9,6 +9,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
 
 #include <fmt/format.h>
 
@@ -85,15 +88,35 @@ bool MatchesShapes(std::string_view shapes, std::string_view key) {
 
 } // namespace
 
-bool PropertyTableBase::KnowsKey(std::string_view owner, std::string_view section,
-                                 std::string_view key) const {
-    for (std::size_t i = 0; i < Size(); ++i) {
-        const PropertyInfo& row = Info(i);
+namespace {
+
+// Looking a key up walks every row of the table and of its groups, and a canvas file holds
+// about a thousand keys, so answers are remembered: a table's rows never change. The memo is
+// emptied when full, so a file of endless made-up keys cannot make it grow without bound.
+struct KeyMemo {
+    static constexpr std::size_t kLimit = 16384;
+    std::mutex mutex;
+    std::unordered_map<std::string, bool> known;
+};
+
+KeyMemo& MemoOf(const PropertyTableBase* table) {
+    static std::mutex mutex;
+    static std::unordered_map<const PropertyTableBase*, std::unique_ptr<KeyMemo>> memos;
+    std::lock_guard lock(mutex);
+    auto& memo = memos[table];
+    if (!memo) memo = std::make_unique<KeyMemo>();
+    return *memo;
+}
+
+bool SearchKey(const PropertyTableBase& table, std::string_view owner, std::string_view section,
+               std::string_view key) {
+    for (std::size_t i = 0; i < table.Size(); ++i) {
+        const PropertyInfo& row = table.Info(i);
         if (row.not_in_files) continue;
         std::string_view row_section = row.section.empty() ? owner : row.section;
         if (row.type == PropertyType::Group) {
             if (StartsWithName(key, row.key) &&
-                row.group->KnowsKey(row_section, section, key.substr(row.key.size())))
+                SearchKey(*row.group, row_section, section, key.substr(row.key.size())))
                 return true;
             continue;
         }
@@ -102,6 +125,27 @@ bool PropertyTableBase::KnowsKey(std::string_view owner, std::string_view sectio
             return true;
     }
     return false;
+}
+
+} // namespace
+
+bool PropertyTableBase::KnowsKey(std::string_view owner, std::string_view section,
+                                 std::string_view key) const {
+    std::string name = ToLowerAscii(owner);
+    name += '\n';
+    name += ToLowerAscii(section);
+    name += '\n';
+    name += ToLowerAscii(key);
+    KeyMemo& memo = MemoOf(this);
+    {
+        std::lock_guard lock(memo.mutex);
+        if (auto found = memo.known.find(name); found != memo.known.end()) return found->second;
+    }
+    const bool known = SearchKey(*this, owner, section, key);
+    std::lock_guard lock(memo.mutex);
+    if (memo.known.size() >= KeyMemo::kLimit) memo.known.clear();
+    memo.known.emplace(std::move(name), known);
+    return known;
 }
 
 void PropertyTableBase::CollectSections(std::string_view owner,
