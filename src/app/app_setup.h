@@ -3,6 +3,7 @@
 // The application settings kept in Tessarolle.INI, section "General", and the start-up plan
 // of the main window that they describe.
 
+#include "imaging/dib.h"
 #include "imaging/picture_decoders.h"
 
 #include <cstdint>
@@ -32,7 +33,7 @@ struct AppSettings {
     std::string WallpaperCommand;
     // Section "Limits", read only when present: the most pixels a picture file may have.
     std::int64_t MaxPicturePixels = kDefaultMaxPicturePixels;
-    static constexpr std::int64_t kMostPicturePixels = 1'000'000'000'000'000;
+    static constexpr std::int64_t kMostPicturePixels = DIB::kMaxPixels; // what a bitmap may hold
 };
 
 void LoadSetup(INI& ini, AppSettings& settings);

@@ -51,6 +51,18 @@ std::string AvErrorText(int code) {
 constexpr int kScaleBlock = 32;
 constexpr std::size_t kScaleSlack = kScaleBlock * 4;
 
+namespace {
+
+// Top-down rows into a bottom-up bitmap: source row y lands `y` pitches below the last row.
+void CopyRowsUp(const std::uint8_t* top, int stride, int rows, std::size_t row_bytes,
+                std::uint8_t* bottom_row_up, int pitch) {
+    for (int y = 0; y < rows; ++y)
+        std::memcpy(bottom_row_up - static_cast<std::ptrdiff_t>(y) * pitch,
+                    top + static_cast<std::ptrdiff_t>(y) * stride, row_bytes);
+}
+
+} // namespace
+
 struct FfmpegSession::State {
     AVFormatContext* format = nullptr;
     AVCodecContext* codec = nullptr;
@@ -167,10 +179,8 @@ bool FfmpegSession::Convert(RawFrame& out) {
     std::uint8_t* bottom_row_up =
         out.bytes.data() + static_cast<std::size_t>(pitch) * (f->height - 1);
     if (raw555) {
-        for (int y = 0; y < f->height; ++y)
-            std::memcpy(bottom_row_up - static_cast<std::ptrdiff_t>(y) * pitch,
-                        f->data[0] + static_cast<std::ptrdiff_t>(y) * f->linesize[0],
-                        static_cast<std::size_t>(f->width) * 2);
+        CopyRowsUp(f->data[0], f->linesize[0], f->height, static_cast<std::size_t>(f->width) * 2,
+                   bottom_row_up, pitch);
         return true;
     }
     s.scaler = sws_getCachedContext(s.scaler, f->width, f->height,
@@ -184,10 +194,8 @@ bool FfmpegSession::Convert(RawFrame& out) {
     const int room = (f->width + kScaleBlock - 1) / kScaleBlock * kScaleBlock * 3;
     s.scaled.resize(static_cast<std::size_t>(room) * f->height + kScaleSlack);
     if (!ScaleInto(s.scaled.data(), room)) return false;
-    for (int y = 0; y < f->height; ++y)
-        std::memcpy(bottom_row_up - static_cast<std::ptrdiff_t>(y) * pitch,
-                    s.scaled.data() + static_cast<std::ptrdiff_t>(y) * room,
-                    static_cast<std::size_t>(f->width) * 3);
+    CopyRowsUp(s.scaled.data(), room, f->height, static_cast<std::size_t>(f->width) * 3,
+               bottom_row_up, pitch);
     return true;
 }
 
