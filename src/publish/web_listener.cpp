@@ -5,6 +5,8 @@
 #include "publish/web_server.h"
 
 #include <chrono>
+#include <string_view>
+#include <unordered_map>
 
 namespace tess {
 
@@ -85,8 +87,9 @@ void WebListener::AcceptNext() {
         });
 }
 
-// First a free member, then one in use but idle past the reclaim limit; with neither, the
-// connection is closed unanswered.
+// A free member first. With the pool full, a client at its share gives up its own oldest
+// member, a newcomer takes the oldest member of a client over its share, and otherwise one
+// idle past the reclaim limit; with none of these, the connection is closed unanswered.
 void WebListener::Socket_ConnectionRequest(asio::ip::tcp::socket socket) {
     double now = server_->Now();
     std::error_code ec;
@@ -103,40 +106,49 @@ void WebListener::Socket_ConnectionRequest(asio::ip::tcp::socket socket) {
 }
 
 WebConnection* WebListener::MemberFor(double now, const std::string& address) {
-    if (WebConnection* own = OwnOldestOverShare(address)) {
-        own->ForceClose();
-        return own;
-    }
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
         if (member.State() == WebConnection::kFree) return &member;
     }
+    WebConnection* given_up = OldestOverShare(address);
+    if (!given_up) given_up = Reclaimable(now);
+    if (given_up) given_up->ForceClose();
+    return given_up;
+}
+
+// The oldest member of the newcomer's own address when it holds its whole share; otherwise
+// the oldest of any address holding more than its share. Counted only when the pool is
+// full, so a busy client costs nothing while there is room.
+WebConnection* WebListener::OldestOverShare(const std::string& address) {
+    std::unordered_map<std::string_view, int> held;
+    for (int i = 0; i < WebServer::kPoolSize; ++i) {
+        const WebConnection& member = server_->Connection(i);
+        if (member.State() == WebConnection::kInUse && !member.Address().empty())
+            ++held[member.Address()];
+    }
+    const bool own_full = !address.empty() && held[address] >= WebServer::kMaxPerClient;
+    WebConnection* oldest = nullptr;
+    for (int i = 0; i < WebServer::kPoolSize; ++i) {
+        WebConnection& member = server_->Connection(i);
+        if (member.State() != WebConnection::kInUse || member.Address().empty()) continue;
+        const bool candidate = own_full ? member.Address() == address
+                                        : held[member.Address()] > WebServer::kMaxPerClient;
+        if (candidate && (!oldest || member.LastActivityTime() < oldest->LastActivityTime()))
+            oldest = &member;
+    }
+    return oldest;
+}
+
+WebConnection* WebListener::Reclaimable(double now) {
     for (int i = 0; i < WebServer::kPoolSize; ++i) {
         WebConnection& member = server_->Connection(i);
         const bool reclaimable =
             member.Streaming()
                 ? StreamIdle(member, now, WebServer::kReclaimSeconds)
                 : LongerThan(member.LastActivityTime(), now, WebServer::kReclaimSeconds);
-        if (reclaimable) {
-            member.ForceClose();
-            return &member;
-        }
+        if (reclaimable) return &member;
     }
     return nullptr;
-}
-
-// The member this client has held longest, when it holds its whole share already.
-WebConnection* WebListener::OwnOldestOverShare(const std::string& address) {
-    if (address.empty()) return nullptr;
-    int held = 0;
-    WebConnection* oldest = nullptr;
-    for (int i = 0; i < WebServer::kPoolSize; ++i) {
-        WebConnection& member = server_->Connection(i);
-        if (member.State() != WebConnection::kInUse || member.Address() != address) continue;
-        ++held;
-        if (!oldest || member.LastActivityTime() < oldest->LastActivityTime()) oldest = &member;
-    }
-    return held >= WebServer::kMaxPerClient ? oldest : nullptr;
 }
 
 void WebListener::ScheduleSweep() {

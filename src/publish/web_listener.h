@@ -1,7 +1,8 @@
 #pragma once
 
 // The web server's listening socket: it accepts connections and hands each to a free pool
-// member, or to one idle long enough to be reclaimed, or refuses it; once a second it closes
+// member, or, with the pool full, to one taken from a client over its share or idle long
+// enough to be reclaimed, or refuses it; once a second it closes
 // members idle past the limit (a live stream only when its client stopped taking its parts)
 // and ends the streams whose schedule has closed. Pending handlers hold the listener, so
 // stopping it while they are queued is safe.
@@ -33,7 +34,8 @@ private:
     void AcceptNext();
     void Socket_ConnectionRequest(asio::ip::tcp::socket socket);
     WebConnection* MemberFor(double now, const std::string& address);
-    WebConnection* OwnOldestOverShare(const std::string& address);
+    WebConnection* OldestOverShare(const std::string& address);
+    WebConnection* Reclaimable(double now);
     void ScheduleSweep();
     void SweepIdle();
 

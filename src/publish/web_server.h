@@ -44,9 +44,11 @@ public:
     // A connection taken this long ago, or last busy this long ago, gives way to a new one
     // when every member is in use.
     static constexpr double kReclaimSeconds = 5;
-    // One client address holds at most this share of the pool; past it, each new connection
-    // of that client takes the place of its own oldest. A visitor opening connections
-    // without end (half headers, a broken script) then shuts out only itself.
+    // With the pool full, one client address holds at most this share of it: a new
+    // connection of a client at its share takes the place of its own oldest, and one of
+    // another client takes the oldest of a client over its share. A visitor opening
+    // connections without end (half headers, a broken script) then shuts out only itself,
+    // while a single busy client may use the whole pool when nobody else wants it.
     static constexpr int kMaxPerClient = kPoolSize / 4;
     // A connection with no request and nothing sent for this long is closed anyway.
     static constexpr double kIdleSeconds = 15;

@@ -244,18 +244,25 @@ TEST_F(WebStreamTest, StreamsHoldTheirMembersButCountAgainstPoolAndShare) {
     holders.clear();
     ASSERT_TRUE(WaitForMembersInUse(1));
 
-    // One client's streams are its share at most: past it, its oldest gives way.
+    // With the pool full, one client's streams are its share at most: past it, its oldest
+    // gives way, and the other clients keep theirs.
     std::vector<StreamClient> own;
     own.reserve(WebServer::kMaxPerClient);
     for (int i = 1; i < WebServer::kMaxPerClient; ++i) {
         own.emplace_back(port, "Canvas01.mjpg");
         ASSERT_TRUE(own.back().Header());
     }
-    ASSERT_TRUE(WaitForMembersInUse(WebServer::kMaxPerClient));
+    for (int i = WebServer::kMaxPerClient; i < WebServer::kPoolSize; ++i)
+        holders.emplace_back(port, 0,
+                             sources[1 + (i - WebServer::kMaxPerClient) * 3 /
+                                             (WebServer::kPoolSize - WebServer::kMaxPerClient)]);
+    ASSERT_TRUE(WaitForMembersInUse(WebServer::kPoolSize));
     StreamClient one_more(port, "Canvas01.mjpg");
     ASSERT_TRUE(one_more.Header());
     EXPECT_TRUE(viewer.Socket().WaitClosed(Millis(3000)));
-    EXPECT_TRUE(WaitForMembersInUse(WebServer::kMaxPerClient));
+    EXPECT_TRUE(WaitForMembersInUse(WebServer::kPoolSize));
+    for (auto& holder : holders)
+        EXPECT_FALSE(holder.WaitClosed(Millis(0)));
 }
 
 TEST_F(WebStreamTest, TheStreamFollowsTheSchedule) {
