@@ -1,14 +1,17 @@
 // Loading and saving the largest canvas file (101 text items and 100 graphic items, every key
-// present) and a portfolio of twenty such canvases. Reading the same file and parsing it
-// without looking at a key is the reference the loads are compared with.
+// present), a portfolio of twenty such canvases, and the demo's portfolio as users first
+// meet it. Reading the same file and parsing it without looking at a key is the reference
+// the loads are compared with.
 
 #include "base/atomic_file.h"
 #include "document/portfolio.h"
 #include "settings/ini_document.h"
 #include "time/sun_times.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <unistd.h>
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
@@ -114,6 +117,27 @@ void BM_LoadPortfolioOfTwentyFullCanvases(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_LoadPortfolioOfTwentyFullCanvases)->Unit(benchmark::kMillisecond);
+
+// The demo's files (TESS_BENCH_DEMO, or the demo folder of this source tree) copied to a
+// folder of their own, where the portfolio names its canvases relative to the working
+// folder, as the program runs it.
+void BM_LoadDemoPortfolio(benchmark::State& state) {
+    const char* from = std::getenv("TESS_BENCH_DEMO");
+    const std::filesystem::path demo = Folder() + "/demo";
+    std::filesystem::remove_all(demo);
+    std::filesystem::copy(from ? from : TESS_DEMO_DIR, demo,
+                          std::filesystem::copy_options::recursive);
+    const auto back = std::filesystem::current_path();
+    std::filesystem::current_path(demo);
+    for (auto _ : state) {
+        tess::Portfolio portfolio(sun);
+        portfolio.SetFileName((demo / "demo.por").string());
+        portfolio.LoadFile();
+        benchmark::DoNotOptimize(portfolio.Canvas(2));
+    }
+    std::filesystem::current_path(back);
+}
+BENCHMARK(BM_LoadDemoPortfolio)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

@@ -74,7 +74,9 @@ bool Canvas::LoadFile(FileAccess access) {
 
 bool Canvas::SaveFile() {
     if (file_name_.empty()) return false;
-    ini_ = INI(); // a copy loaded read-only would keep the save in memory
+    // A copy loaded read-only would keep the save in memory. Otherwise the file stays open,
+    // so that a save does not read and parse the whole file again first.
+    if (ini_.ReadOnly()) ini_ = INI();
     const std::string path = PathFromSettings(file_name_);
     if (!ftp_push_.Password().empty()) KeepPrivate(path);
     ini_.SetFile(path);

@@ -47,8 +47,8 @@ bool INI::SetKey(std::string_view section, std::string_view key, std::string_vie
     return file_->Write(section, key, text);
 }
 
-std::vector<std::string> INI::Keys(std::string_view section) {
-    return file_ ? file_->Keys(section) : std::vector<std::string>{};
+void INI::ForEachKey(std::string_view section, const std::function<void(std::string_view)>& visit) {
+    if (file_) file_->ForEachKey(section, visit);
 }
 
 bool INI::DeleteSection(std::string_view section) {
@@ -57,6 +57,10 @@ bool INI::DeleteSection(std::string_view section) {
 
 void INI::StartAfresh() {
     if (file_) file_->StartAfresh();
+}
+
+bool INI::ReadOnly() const {
+    return file_ && file_->ReadOnly();
 }
 
 void INI::SetReadOnly() {

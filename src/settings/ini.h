@@ -3,6 +3,7 @@
 // A settings file read and written one key at a time. Every INI bound to the same path
 // shares one parsed copy; see IniFile.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -29,8 +30,8 @@ public:
                        std::string_view def);
     // Stores the value with quotes written as "&34". False when the file could not be written.
     bool SetKey(std::string_view section, std::string_view key, std::string_view value);
-    // The key names of a section, as the file writes them.
-    std::vector<std::string> Keys(std::string_view section);
+    // Calls `visit` with each key name of a section, as the file writes it, in file order.
+    void ForEachKey(std::string_view section, const std::function<void(std::string_view)>& visit);
     // Removes a whole section; false when the file could not be written.
     bool DeleteSection(std::string_view section);
     // Forgets what the file holds, so that it is written whole from what is set next: within
@@ -38,6 +39,7 @@ public:
     void StartAfresh();
     // Keeps every later write of this file in memory (see IniFile::SetReadOnly).
     void SetReadOnly();
+    bool ReadOnly() const;
 
 private:
     friend class IniBatch;

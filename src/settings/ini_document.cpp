@@ -2,6 +2,8 @@
 
 #include "base/text.h"
 
+#include <algorithm>
+
 namespace tess {
 
 namespace {
@@ -52,11 +54,54 @@ IniDocument::Line IniDocument::MakeLine(std::string_view text, Eol eol) {
     return line;
 }
 
+std::string_view IniDocument::KeyName(const Line& line) {
+    return Trim(std::string_view(line.text).substr(0, line.key_length));
+}
+
 void IniDocument::IndexKey(Section& section, std::size_t index) {
-    const Line& line = section.lines[index];
-    if (!line.is_key) return;
-    std::string name = ToLowerAscii(Trim(std::string_view(line.text).substr(0, line.key_length)));
-    section.keys.try_emplace(std::move(name), index);
+    if (section.lines[index].is_key) section.keys.Add(section.lines, index);
+}
+
+std::size_t IniDocument::KeyTable::Find(const std::vector<Line>& lines,
+                                        std::string_view key) const {
+    if (slots_.empty()) return kNone;
+    const auto hash = static_cast<std::uint32_t>(NoCaseHash{}(key));
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Slot& slot = slots_[i];
+        if (slot.line == 0) return kNone;
+        if (slot.hash == hash && EqualsIgnoreCase(KeyName(lines[slot.line - 1]), key))
+            return slot.line - 1;
+    }
+}
+
+void IniDocument::KeyTable::Add(const std::vector<Line>& lines, std::size_t line) {
+    if ((used_ + 1) * 2 > slots_.size()) Grow();
+    const std::string_view key = KeyName(lines[line]);
+    const auto hash = static_cast<std::uint32_t>(NoCaseHash{}(key));
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+        Slot& slot = slots_[i];
+        if (slot.line == 0) {
+            slot = {hash, static_cast<std::uint32_t>(line + 1)};
+            ++used_;
+            return;
+        }
+        if (slot.hash == hash && EqualsIgnoreCase(KeyName(lines[slot.line - 1]), key)) return;
+    }
+}
+
+void IniDocument::KeyTable::Grow() {
+    std::vector<Slot> old = std::move(slots_);
+    slots_.assign(std::max<std::size_t>(16, old.size() * 2), Slot{});
+    const std::size_t mask = slots_.size() - 1;
+    for (const Slot& slot : old) {
+        if (slot.line == 0) continue;
+        std::size_t i = slot.hash & mask;
+        while (slots_[i].line != 0)
+            i = (i + 1) & mask;
+        slots_[i] = slot;
+    }
 }
 
 void IniDocument::Clear() {
@@ -94,7 +139,7 @@ void IniDocument::Parse(std::string_view text) {
         if (auto name = HeaderName(raw)) {
             Section& s = sections_.emplace_back();
             s.header = Line{std::string(raw), eol, 0, false};
-            index_.try_emplace(ToLowerAscii(*name), sections_.size() - 1);
+            index_.try_emplace(std::string(*name), sections_.size() - 1);
         } else {
             Section& s = sections_.back();
             s.lines.push_back(MakeLine(raw, eol));
@@ -126,24 +171,22 @@ std::string IniDocument::Serialize() const {
 
 std::optional<std::string_view> IniDocument::Find(std::string_view section,
                                                   std::string_view key) const {
-    auto s = index_.find(ToLowerAscii(Trim(section)));
+    auto s = index_.find(Trim(section));
     if (s == index_.end()) return std::nullopt;
     const Section& sec = sections_[s->second];
-    auto k = sec.keys.find(ToLowerAscii(Trim(key)));
-    if (k == sec.keys.end()) return std::nullopt;
-    const Line& line = sec.lines[k->second];
+    const std::size_t k = sec.keys.Find(sec.lines, Trim(key));
+    if (k == KeyTable::kNone) return std::nullopt;
+    const Line& line = sec.lines[k];
     return ValueOf(std::string_view(line.text).substr(line.key_length + 1));
 }
 
-std::vector<std::string> IniDocument::Keys(std::string_view section) const {
-    std::vector<std::string> keys;
-    auto s = index_.find(ToLowerAscii(Trim(section)));
-    if (s == index_.end()) return keys;
+void IniDocument::ForEachKey(std::string_view section,
+                             const std::function<void(std::string_view)>& visit) const {
+    auto s = index_.find(Trim(section));
+    if (s == index_.end()) return;
     for (const Line& line : sections_[s->second].lines) {
-        if (line.is_key)
-            keys.emplace_back(Trim(std::string_view(line.text).substr(0, line.key_length)));
+        if (line.is_key) visit(KeyName(line));
     }
-    return keys;
 }
 
 // Gives the file's last line an ending before something is appended after it.
@@ -167,7 +210,7 @@ IniDocument::Section& IniDocument::AddSection(std::string_view name) {
     header.reserve(name.size() + 2);
     header.append(1, '[').append(name).append(1, ']');
     s.header = Line{std::move(header), default_eol_, 0, false};
-    index_.emplace(ToLowerAscii(name), sections_.size() - 1);
+    index_.emplace(std::string(name), sections_.size() - 1);
     return s;
 }
 
@@ -176,12 +219,12 @@ bool IniDocument::Set(std::string_view section, std::string_view key, std::strin
     section = Trim(section);
     key = Trim(key);
     if (!Writable(section, key, value)) return false;
-    auto found = index_.find(ToLowerAscii(section));
+    auto found = index_.find(section);
     Section& s = found != index_.end() ? sections_[found->second] : AddSection(section);
 
-    if (auto k = s.keys.find(ToLowerAscii(key)); k != s.keys.end()) {
-        Line& line = s.lines[k->second];
-        std::string_view written = Trim(std::string_view(line.text).substr(0, line.key_length));
+    if (std::size_t k = s.keys.Find(s.lines, key); k != KeyTable::kNone) {
+        Line& line = s.lines[k];
+        std::string_view written = KeyName(line);
         std::string text = std::string(written) + "=" + std::string(value);
         if (text == line.text) return false;
         line.text = std::move(text);
@@ -203,7 +246,7 @@ bool IniDocument::Set(std::string_view section, std::string_view key, std::strin
 }
 
 bool IniDocument::RemoveSection(std::string_view section) {
-    std::string name = ToLowerAscii(Trim(section));
+    std::string name(Trim(section));
     auto found = index_.find(name);
     if (found == index_.end() || found->second == 0) return false;
     const std::size_t at = found->second;
@@ -213,7 +256,7 @@ bool IniDocument::RemoveSection(std::string_view section) {
     index_.erase(found);
     for (std::size_t i = at + 1; i < sections_.size(); ++i) {
         auto header = HeaderName(sections_[i].header.text);
-        if (header && ToLowerAscii(*header) == name) {
+        if (header && EqualsIgnoreCase(*header, name)) {
             index_.emplace(name, i); // a later section of the same name now comes first
             break;
         }

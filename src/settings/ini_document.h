@@ -6,7 +6,10 @@
 // appended. Every line that is not changed is kept byte for byte, line endings included, so
 // parsing and serialising an untouched file gives the same bytes.
 
+#include "base/text.h"
+
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,7 +28,8 @@ public:
 
     std::optional<std::string_view> Find(std::string_view section, std::string_view key) const;
     // The names of the keys of the first section of that name, as written, in file order.
-    std::vector<std::string> Keys(std::string_view section) const;
+    void ForEachKey(std::string_view section,
+                    const std::function<void(std::string_view)>& visit) const;
     // Writes "key=value"; returns true when the text changed. Names and values that could
     // not be read back as written (a key starting with "[" or holding "=", a section holding
     // "]", a line break anywhere) are refused and change nothing.
@@ -43,19 +47,39 @@ private:
         bool is_key = false;
     };
 
+    // The first line of each key name, without regard to case: open addressing over line
+    // numbers, so that indexing the thousands of keys of a canvas file allocates nothing per
+    // key.
+    class KeyTable {
+    public:
+        static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+        std::size_t Find(const std::vector<Line>& lines, std::string_view key) const;
+        void Add(const std::vector<Line>& lines, std::size_t line); // an earlier one wins
+
+    private:
+        struct Slot {
+            std::uint32_t hash = 0;
+            std::uint32_t line = 0; // the line's number plus one; 0: empty
+        };
+        void Grow();
+        std::vector<Slot> slots_; // a power of two in size, at most half full
+        std::size_t used_ = 0;
+    };
+
     struct Section {
         Line header; // empty text and no eol for the part before the first header
         std::vector<Line> lines;
-        std::unordered_map<std::string, std::size_t> keys; // lower-case name -> first line
+        KeyTable keys;
     };
 
     static Line MakeLine(std::string_view text, Eol eol);
+    static std::string_view KeyName(const Line& line);
     static void IndexKey(Section& section, std::size_t index);
     Section& AddSection(std::string_view name);
     void EndLastLine();
 
-    std::vector<Section> sections_;                      // [0]: lines before any header
-    std::unordered_map<std::string, std::size_t> index_; // lower-case name -> first section
+    std::vector<Section> sections_; // [0]: lines before any header
+    NoCaseMap<std::size_t> index_;  // name -> first section
     Eol default_eol_ = Eol::CrLf;
     bool bom_ = false; // the file began with a UTF-8 byte-order mark, written back
 };

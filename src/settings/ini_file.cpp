@@ -4,13 +4,26 @@
 #include "base/log.h"
 
 #include <filesystem>
+#include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace tess {
 
 namespace {
+
 constexpr std::size_t kMaxSettingsFile = 64u << 20;
+
+// Reloading a portfolio opens its files again; their folders need not be searched again.
+bool FirstLookAt(const std::string& path) {
+    static std::mutex mutex;
+    static std::unordered_set<std::string> seen;
+    std::lock_guard lock(mutex);
+    if (seen.size() >= 4096) seen.clear(); // bounded, whatever names a script makes up
+    return seen.insert(path).second;
 }
+
+} // namespace
 
 IniFile::IniFile(std::string path) : path_(std::move(path)) {
     doc_.Clear();
@@ -37,8 +50,9 @@ void IniFile::Refresh() {
                    path_);
         return;
     }
-    // The first look at a settings file also clears what killed saves of it left behind.
-    if (!loaded_) RemoveLeftoverTemporaries(path_);
+    // The program's first look at a settings file also clears what killed saves of it left
+    // behind (each save clears them again).
+    if (!loaded_ && FirstLookAt(path_)) RemoveLeftoverTemporaries(path_);
     loaded_ = true;
     stamp_ = now;
     unreadable_ = false;
@@ -65,9 +79,10 @@ std::optional<std::string> IniFile::Read(std::string_view section, std::string_v
     return std::nullopt;
 }
 
-std::vector<std::string> IniFile::Keys(std::string_view section) {
+void IniFile::ForEachKey(std::string_view section,
+                         const std::function<void(std::string_view)>& visit) {
     if (batch_depth_ == 0) Refresh();
-    return doc_.Keys(section);
+    doc_.ForEachKey(section, visit);
 }
 
 bool IniFile::Write(std::string_view section, std::string_view key, std::string_view value) {

@@ -8,6 +8,7 @@
 #include "base/file_stamp.h"
 #include "settings/ini_document.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,7 +24,7 @@ public:
     std::optional<std::string> Read(std::string_view section, std::string_view key);
     bool Write(std::string_view section, std::string_view key, std::string_view value);
     bool RemoveSection(std::string_view section);
-    std::vector<std::string> Keys(std::string_view section);
+    void ForEachKey(std::string_view section, const std::function<void(std::string_view)>& visit);
 
     void StartAfresh();
     void BeginBatch();
@@ -32,6 +33,7 @@ public:
     // From now on writes change only the copy in memory: for commands that preview a file
     // without touching it.
     void SetReadOnly() { read_only_ = true; }
+    bool ReadOnly() const { return read_only_; }
 
     // The shared copy for a path, created on first use.
     static std::shared_ptr<IniFile> Open(const std::string& path);

@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -90,38 +91,69 @@ bool MatchesShapes(std::string_view shapes, std::string_view key) {
 
 namespace {
 
-// Looking a key up walks every row of the table and of its groups, and a canvas file holds
-// about a thousand keys, so answers are remembered: a table's rows never change. The memo is
-// emptied when full, so a file of endless made-up keys cannot make it grow without bound.
-struct KeyMemo {
-    static constexpr std::size_t kLimit = 16384;
-    std::mutex mutex;
-    std::unordered_map<std::string, bool> known;
+// Every key a table reads, made once per table: a canvas file holds thousands of keys, and
+// walking the rows and groups for each was a third of a canvas's load. Custom rows keep
+// their shapes, tried only when no name matched.
+struct KeyIndex {
+    using Names = std::unordered_set<std::string, NoCaseHash, NoCaseEqual>;
+    struct Shapes {
+        std::string section; // empty: the owner's
+        std::string prefix;
+        std::string_view shapes;
+    };
+    std::vector<std::string> sections; // where the rows live, in row order; empty: the owner's
+    Names owner_keys;                  // the keys of the rows in the owner's section
+    NoCaseMap<Names> named_keys;       // section -> the keys of the rows naming it
+    std::vector<Shapes> shapes;
 };
 
-KeyMemo& MemoOf(const PropertyTableBase* table) {
-    static std::mutex mutex;
-    static std::unordered_map<const PropertyTableBase*, std::unique_ptr<KeyMemo>> memos;
-    std::lock_guard lock(mutex);
-    auto& memo = memos[table];
-    if (!memo) memo = std::make_unique<KeyMemo>();
-    return *memo;
-}
-
-bool SearchKey(const PropertyTableBase& table, std::string_view owner, std::string_view section,
-               std::string_view key) {
+void AddKeys(KeyIndex& index, const PropertyTableBase& table, const std::string& section,
+             const std::string& prefix) {
     for (std::size_t i = 0; i < table.Size(); ++i) {
         const PropertyInfo& row = table.Info(i);
         if (row.not_in_files) continue;
-        std::string_view row_section = row.section.empty() ? owner : row.section;
+        const std::string row_section = row.section.empty() ? section : std::string(row.section);
+        std::string key = prefix + std::string(row.key);
         if (row.type == PropertyType::Group) {
-            if (StartsWithName(key, row.key) &&
-                SearchKey(*row.group, row_section, section, key.substr(row.key.size())))
-                return true;
+            AddKeys(index, *row.group, row_section, key);
             continue;
         }
-        if (!SameName(row_section, section)) continue;
-        if (row.type == PropertyType::Custom ? MatchesShapes(row.key, key) : SameName(row.key, key))
+        if (std::find_if(index.sections.begin(), index.sections.end(), [&](const auto& known) {
+                return SameName(known, row_section);
+            }) == index.sections.end())
+            index.sections.push_back(row_section);
+        if (row.type == PropertyType::Custom)
+            index.shapes.push_back({row_section, prefix, row.key});
+        else if (row_section.empty())
+            index.owner_keys.insert(std::move(key));
+        else
+            index.named_keys[row_section].insert(std::move(key));
+    }
+}
+
+const KeyIndex& IndexOf(const PropertyTableBase* table) {
+    static std::mutex mutex;
+    static std::unordered_map<const PropertyTableBase*, std::unique_ptr<KeyIndex>> indexes;
+    std::lock_guard lock(mutex);
+    auto& index = indexes[table];
+    if (!index) {
+        index = std::make_unique<KeyIndex>();
+        AddKeys(*index, *table, {}, {});
+    }
+    return *index;
+}
+
+// Whether a row reads `key` in `section`; `in_owner` when that is the owner's section.
+bool Knows(const KeyIndex& index, bool in_owner, std::string_view section, std::string_view key) {
+    if (in_owner && index.owner_keys.contains(key)) return true;
+    if (!index.named_keys.empty()) {
+        auto named = index.named_keys.find(section);
+        if (named != index.named_keys.end() && named->second.contains(key)) return true;
+    }
+    for (const KeyIndex::Shapes& shapes : index.shapes) {
+        const bool here = shapes.section.empty() ? in_owner : SameName(shapes.section, section);
+        if (here && StartsWithName(key, shapes.prefix) &&
+            MatchesShapes(shapes.shapes, key.substr(shapes.prefix.size())))
             return true;
     }
     return false;
@@ -131,44 +163,22 @@ bool SearchKey(const PropertyTableBase& table, std::string_view owner, std::stri
 
 bool PropertyTableBase::KnowsKey(std::string_view owner, std::string_view section,
                                  std::string_view key) const {
-    std::string name = ToLowerAscii(owner);
-    name += '\n';
-    name += ToLowerAscii(section);
-    name += '\n';
-    name += ToLowerAscii(key);
-    KeyMemo& memo = MemoOf(this);
-    {
-        std::lock_guard lock(memo.mutex);
-        if (auto found = memo.known.find(name); found != memo.known.end()) return found->second;
-    }
-    const bool known = SearchKey(*this, owner, section, key);
-    std::lock_guard lock(memo.mutex);
-    if (memo.known.size() >= KeyMemo::kLimit) memo.known.clear();
-    memo.known.emplace(std::move(name), known);
-    return known;
-}
-
-void PropertyTableBase::CollectSections(std::string_view owner,
-                                        std::vector<std::string>& sections) const {
-    for (std::size_t i = 0; i < Size(); ++i) {
-        const PropertyInfo& row = Info(i);
-        if (row.not_in_files) continue;
-        std::string_view section = row.section.empty() ? owner : row.section;
-        if (row.type == PropertyType::Group) {
-            row.group->CollectSections(section, sections);
-            continue;
-        }
-        if (std::find(sections.begin(), sections.end(), section) == sections.end())
-            sections.emplace_back(section);
-    }
+    return Knows(IndexOf(this), SameName(owner, section), section, key);
 }
 
 void WarnUnknownKeys(INI& ini, const PropertyTableBase& table, std::string_view owner,
                      std::string_view prefix_shape) {
-    std::vector<std::string> sections;
-    table.CollectSections(owner, sections);
-    for (const std::string& section : sections) {
-        for (const std::string& key : ini.Keys(section)) {
+    const KeyIndex& index = IndexOf(&table);
+    std::vector<std::string_view> sections;
+    for (const std::string& named : index.sections) {
+        const std::string_view section = named.empty() ? owner : std::string_view(named);
+        if (std::none_of(sections.begin(), sections.end(),
+                         [&](std::string_view seen) { return SameName(seen, section); }))
+            sections.push_back(section);
+    }
+    for (const std::string_view section : sections) {
+        const bool in_owner = SameName(owner, section);
+        ini.ForEachKey(section, [&](std::string_view key) {
             std::string_view name = key;
             if (!prefix_shape.empty()) {
                 if (name.size() < prefix_shape.size() ||
@@ -178,10 +188,10 @@ void WarnUnknownKeys(INI& ini, const PropertyTableBase& table, std::string_view 
                     name.remove_prefix(prefix_shape.size());
                 }
             }
-            if (!name.empty() && table.KnowsKey(owner, section, name)) continue;
+            if (!name.empty() && Knows(index, in_owner, section, name)) return;
             LogWarning("'{}' [{}] {}: no setting has this key (misspelt?); it is left as it is",
                        ini.File(), section, key);
-        }
+        });
     }
 }
 
@@ -251,10 +261,12 @@ IniPlace ChildPlace(const IniPlace& place, const PropertyInfo& info, std::string
 
 namespace {
 
-std::string KeyOf(const IniPlace& place, const PropertyInfo& info) {
-    std::string key(place.key_prefix);
-    key.append(info.key);
-    return key;
+// The row's key with the place's prefix; `storage` holds it when there is a prefix.
+std::string_view KeyOf(const IniPlace& place, const PropertyInfo& info, std::string& storage) {
+    if (place.key_prefix.empty()) return info.key;
+    storage.assign(place.key_prefix);
+    storage.append(info.key);
+    return storage;
 }
 
 std::string_view SectionOf(const IniPlace& place, const PropertyInfo& info) {
@@ -263,8 +275,8 @@ std::string_view SectionOf(const IniPlace& place, const PropertyInfo& info) {
 
 // An optional key is never written, so the default is only what it reads as when absent; a
 // number that is not one is warned of as any other key's would be.
-PropertyValue ReadOptionalKey(const IniPlace& place, const PropertyInfo& info,
-                              const std::string& key, std::string_view def) {
+PropertyValue ReadOptionalKey(const IniPlace& place, const PropertyInfo& info, std::string_view key,
+                              std::string_view def) {
     const std::string_view section = SectionOf(place, info);
     std::string text = place.ini->GetKey(section, key, WriteDefault::No, def);
     const bool integer = info.type == PropertyType::Integer;
@@ -285,7 +297,8 @@ PropertyValue ReadOptionalKey(const IniPlace& place, const PropertyInfo& info,
 } // namespace
 
 PropertyValue ReadKey(const IniPlace& place, const PropertyInfo& info, std::string_view def) {
-    const std::string key = KeyOf(place, info);
+    std::string storage;
+    const std::string_view key = KeyOf(place, info, storage);
     if (info.optional) return ReadOptionalKey(place, info, key, def);
     IniSection keys(*place.ini, SectionOf(place, info));
     switch (info.type) {
@@ -309,7 +322,8 @@ PropertyValue ReadKey(const IniPlace& place, const PropertyInfo& info, std::stri
 
 bool WriteKey(const IniPlace& place, const PropertyInfo& info, const PropertyValue& value) {
     IniSection keys(*place.ini, SectionOf(place, info));
-    const std::string key = KeyOf(place, info);
+    std::string storage;
+    const std::string_view key = KeyOf(place, info, storage);
     switch (info.type) {
     case PropertyType::Boolean:
         keys.SetBool(key, AsBool(value));

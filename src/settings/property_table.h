@@ -87,8 +87,6 @@ public:
     // (already stripped of the place's prefix) in the section `section`, which is `owner`
     // for rows that name none.
     bool KnowsKey(std::string_view owner, std::string_view section, std::string_view key) const;
-    // The sections the rows live in, `owner` for rows that name none, groups included.
-    void CollectSections(std::string_view owner, std::vector<std::string>& sections) const;
 };
 
 // Logs one warning, naming the file, the section and the key, for each key in the table's

@@ -2,6 +2,7 @@
 #include "settings/ini_document.h"
 #include "support/temp_dir.h"
 
+#include <cctype>
 #include <filesystem>
 #include <sys/stat.h>
 
@@ -50,6 +51,44 @@ TEST(IniDocument, ReadsLikePrivateProfileFiles) {
     EXPECT_FALSE(doc.Find("General", "Other")); // the first section of a name wins
     EXPECT_FALSE(doc.Find("", "junk"));         // keys before any section belong to none
     EXPECT_FALSE(doc.Find("Missing", "Name"));
+}
+
+// Names of every length around the eight-byte steps of the comparison, in one section big
+// enough to make the key table grow several times; looked up in another case.
+TEST(IniDocument, ManyKeysAreFoundWhateverTheirCaseAndNearMissesAreNot) {
+    std::string text = "[Big]\n";
+    std::vector<std::string> names;
+    for (int i = 0; i < 1000; ++i) {
+        std::string name = "Key" + std::to_string(i);
+        name.append(static_cast<std::size_t>(i % 29), static_cast<char>('a' + i % 26));
+        names.push_back(name);
+        text += name + "=" + std::to_string(i) + "\n";
+    }
+    text += "KEY0=a later key of the same name\n";
+    text += "At@Sign=1\n";
+    IniDocument doc;
+    doc.Parse(text);
+    for (int i = 0; i < 1000; ++i) {
+        std::string upper = names[i];
+        for (char& c : upper)
+            c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        ASSERT_EQ(doc.Find("BIG", upper).value_or("missing"), std::to_string(i)) << upper;
+    }
+    // "@" and "`" differ only in the bit that folds letters: they are not the same name.
+    EXPECT_FALSE(doc.Find("Big", "At`Sign"));
+    EXPECT_EQ(doc.Find("Big", "AT@SIGN").value_or(""), "1");
+    EXPECT_FALSE(doc.Find("Big", "Key1000"));
+
+    std::vector<std::string> visited;
+    doc.ForEachKey("big", [&](std::string_view key) { visited.emplace_back(key); });
+    ASSERT_EQ(visited.size(), 1002u);
+    EXPECT_EQ(visited[0], names[0]);
+    EXPECT_EQ(visited[999], names[999]);
+    EXPECT_EQ(visited[1000], "KEY0");
+
+    EXPECT_TRUE(doc.Set("Big", "kEY0", "changed"));
+    EXPECT_EQ(doc.Find("Big", "Key0").value_or(""), "changed");
+    EXPECT_NE(doc.Serialize().find("\nKey0=changed\n"), std::string::npos);
 }
 
 TEST(IniDocument, WritesInPlaceAppendsAndKeepsLineEndings) {
