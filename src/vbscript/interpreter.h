@@ -103,8 +103,11 @@ private:
                          int& cache_id, InvokeKind kind, std::vector<Variant>& args);
 
     Flow Exec(const Stmt& s);
+    Flow RunBlock(const Block& block); // ExecBlock's loop, inlined into calls
     void ExecAssign(const AssignStmt& s);
     void AssignValue(const AssignStmt& s, Variant value);
+    Variant AssignedValue(const Expr& e);
+    Variant OperandValue(const Expr& e);
     void ExecCall(const CallStmt& s);
     Flow ExecIf(const IfStmt& s);
     const Block* ChosenBlock(const IfStmt& s); // nullptr: no branch taken

@@ -49,58 +49,43 @@ void Interpreter::LeaveCall(Variant* slots, Frame* saved) {
     --call_depth_;
 }
 
-// The arguments are bound straight into the callee's slots: a ByRef argument naming a
-// variable as a reference to it, anything else as its value. The slots are claimed before
-// the arguments run, so that calls among them stack above.
-Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, const ExprList& args) {
-    const std::size_t n = args.size();
-    if (n != proc.param_count) Raise(err::kWrongArguments);
-    const std::size_t base = stack_top_;
-    const std::size_t count = proc.slot_count;
-    CheckCallRoom(base + count);
-    Variant* slots = stack_.data() + base;
-    stack_top_ = base + count;
-    ++call_depth_;
-    CallScope scope(*this, slots, count, frame);
-    for (std::size_t i = 0; i < n; ++i) {
-        const Expr& a = *args[i];
-        if (!proc.params[i].by_val && IsReferenceable(a)) {
-            slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
-        } else {
-            slots[i].Adopt(Eval(a));
-            if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
-        }
+// An operand's value, a call of a script procedure made from here.
+[[gnu::always_inline]] inline Variant Interpreter::OperandValue(const Expr& e) {
+    if (e.quick == Quick::Local) return LocalOf(e);
+    if (e.quick == Quick::Constant) return static_cast<const ConstantExpr&>(e).value;
+    if (e.kind == ExprKind::Name) {
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Global && n.global->proc)
+            return CallProcedure(*n.global->proc, nullptr, n.args);
     }
-    Frame callee{slots, me, &proc, false};
-    frame = &callee;
-    ExecBlock(proc.body);
-    return std::move(slots[proc.param_count]);
+    Variant v = Eval(e);
+    if (v.IsReference()) v = Variant(v.Deref());
+    return v;
 }
 
-Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
-                                    std::span<Variant> args) {
-    if (args.size() != proc.param_count) Raise(err::kWrongArguments);
-    const std::size_t base = stack_top_;
-    const std::size_t count = proc.slot_count;
-    CheckCallRoom(base + count);
-    Variant* slots = stack_.data() + base;
-    stack_top_ = base + count;
-    ++call_depth_;
-    CallScope scope(*this, slots, count, frame);
-    for (std::size_t i = 0; i < args.size(); ++i)
-        slots[i] = args[i].Deref();
-    Frame callee{slots, me, &proc, false};
-    frame = &callee;
-    ExecBlock(proc.body);
-    return std::move(slots[proc.param_count]);
+// The value of an assignment. A sum or difference, "f(n - 1) + f(n - 2)", is worked out
+// here so that the calls in it stack one machine frame per script call.
+[[gnu::always_inline]] inline Variant Interpreter::AssignedValue(const Expr& e) {
+    if (e.kind != ExprKind::Binary) return Eval(e);
+    const auto& b = static_cast<const BinaryExpr&>(e);
+    if (b.op != BinaryOp::Add && b.op != BinaryOp::Subtract) return EvalBinary(b);
+    const Variant l = OperandValue(*b.left);
+    const Variant r = OperandValue(*b.right);
+    const auto whole = [](const Variant& v) {
+        return v.tag() == Variant::Tag::Integer || v.tag() == Variant::Tag::Long;
+    };
+    if (whole(l) && whole(r)) {
+        const int rank = l.tag() == Variant::Tag::Long || r.tag() == Variant::Tag::Long ? 3 : 2;
+        const std::int64_t a = l.whole(), c = r.whole();
+        return FitWhole(b.op == BinaryOp::Add ? a + c : a - c, rank);
+    }
+    return Arithmetic(b.op, l, r);
 }
 
 // Kept inline in the statement loop: a value into a local variable, the common case, then
 // costs no call of its own.
 [[gnu::always_inline]] inline void Interpreter::ExecAssign(const AssignStmt& s) {
-    Variant value = s.value->kind == ExprKind::Binary
-                        ? EvalBinary(static_cast<const BinaryExpr&>(*s.value))
-                        : Eval(*s.value);
+    Variant value = AssignedValue(*s.value);
     if (!s.is_set && s.target->quick == Quick::Local && value.IsPlainValue()) {
         LocalOf(*s.target) = std::move(value);
         return;
@@ -145,7 +130,7 @@ void Interpreter::CatchInStatement(RuntimeError& e, const Stmt& s) {
 // C++ call per level: deep script recursion then keeps fewer machine frames per script
 // call, which the processor's return prediction rewards. Beyond a few levels an If's block
 // runs through a call as before.
-Flow Interpreter::ExecBlock(const Block& block) {
+[[gnu::always_inline]] inline Flow Interpreter::RunBlock(const Block& block) {
     struct Cursor {
         const StmtPtr* at;
         const StmtPtr* end;
@@ -184,6 +169,56 @@ Flow Interpreter::ExecBlock(const Block& block) {
             CatchInStatement(e, s);
         }
     }
+}
+
+Flow Interpreter::ExecBlock(const Block& block) {
+    return RunBlock(block);
+}
+
+// The arguments are bound straight into the callee's slots: a ByRef argument naming a
+// variable as a reference to it, anything else as its value. The slots are claimed before
+// the arguments run, so that calls among them stack above.
+Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, const ExprList& args) {
+    const std::size_t n = args.size();
+    if (n != proc.param_count) Raise(err::kWrongArguments);
+    const std::size_t base = stack_top_;
+    const std::size_t count = proc.slot_count;
+    CheckCallRoom(base + count);
+    Variant* slots = stack_.data() + base;
+    stack_top_ = base + count;
+    ++call_depth_;
+    CallScope scope(*this, slots, count, frame);
+    for (std::size_t i = 0; i < n; ++i) {
+        const Expr& a = *args[i];
+        if (!proc.params[i].by_val && IsReferenceable(a)) {
+            slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
+        } else {
+            slots[i].Adopt(Eval(a));
+            if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
+        }
+    }
+    Frame callee{slots, me, &proc, false};
+    frame = &callee;
+    RunBlock(proc.body);
+    return std::move(slots[proc.param_count]);
+}
+
+Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
+                                    std::span<Variant> args) {
+    if (args.size() != proc.param_count) Raise(err::kWrongArguments);
+    const std::size_t base = stack_top_;
+    const std::size_t count = proc.slot_count;
+    CheckCallRoom(base + count);
+    Variant* slots = stack_.data() + base;
+    stack_top_ = base + count;
+    ++call_depth_;
+    CallScope scope(*this, slots, count, frame);
+    for (std::size_t i = 0; i < args.size(); ++i)
+        slots[i] = args[i].Deref();
+    Frame callee{slots, me, &proc, false};
+    frame = &callee;
+    RunBlock(proc.body);
+    return std::move(slots[proc.param_count]);
 }
 
 Flow Interpreter::Exec(const Stmt& s) {
