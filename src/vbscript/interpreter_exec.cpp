@@ -63,12 +63,20 @@ void Interpreter::LeaveCall(Variant* slots, Frame* saved) {
     return v;
 }
 
-// The value of an assignment. A sum or difference, "f(n - 1) + f(n - 2)", is worked out
-// here so that the calls in it stack one machine frame per script call.
+// The value of an assignment. A sum or difference with calls in it, "f(n - 1) + f(n - 2)",
+// is worked out here so that the calls stack one machine frame per script call.
 [[gnu::always_inline]] inline Variant Interpreter::AssignedValue(const Expr& e) {
     if (e.kind != ExprKind::Binary) return Eval(e);
     const auto& b = static_cast<const BinaryExpr&>(e);
-    if (b.op != BinaryOp::Add && b.op != BinaryOp::Subtract) return EvalBinary(b);
+    const auto calls = [](const Expr& x) {
+        if (x.kind != ExprKind::Name) return false;
+        const auto& n = static_cast<const NameExpr&>(x);
+        return n.scope == Scope::Global && n.global->proc != nullptr;
+    };
+    // Other operands are read in place by the general path.
+    if ((b.op != BinaryOp::Add && b.op != BinaryOp::Subtract) ||
+        !(calls(*b.left) || calls(*b.right)))
+        return EvalBinary(b);
     const Variant l = OperandValue(*b.left);
     const Variant r = OperandValue(*b.right);
     const auto whole = [](const Variant& v) {
