@@ -22,12 +22,17 @@ struct Constant {
     Variant value;
 };
 
-enum class ExprKind { Constant, Name, Member, Index, Unary, Binary, New, Me };
+enum class ExprKind : std::uint8_t { Constant, Name, Member, Index, Unary, Binary, New, Me };
+
+// Operands the evaluator reads in place without running code: a constant, or a local
+// variable named without arguments. Set when the node is made or its name resolved.
+enum class Quick : std::uint8_t { None, Constant, Local };
 
 struct Expr {
     explicit Expr(ExprKind k) : kind(k) {}
     virtual ~Expr() = default;
     ExprKind kind;
+    Quick quick = Quick::None;
     int line = 0;
     int column = 0;
 };
@@ -35,7 +40,7 @@ using ExprPtr = std::unique_ptr<Expr>;
 using ExprList = std::vector<ExprPtr>;
 
 struct ConstantExpr : Expr {
-    ConstantExpr() : Expr(ExprKind::Constant) {}
+    ConstantExpr() : Expr(ExprKind::Constant) { quick = Quick::Constant; }
     Variant value;
 };
 
@@ -231,8 +236,11 @@ struct Procedure {
     bool is_default = false;
     int line = 0;
     int column = 0;
-    int ResultSlot() const { return static_cast<int>(params.size()); }
-    int SlotCount() const { return static_cast<int>(locals.size()); }
+    // Counted once names are resolved, so that a call does not recount them.
+    std::uint32_t param_count = 0;
+    std::uint32_t slot_count = 0;
+    int ResultSlot() const { return static_cast<int>(param_count); }
+    int SlotCount() const { return static_cast<int>(slot_count); }
 };
 
 struct Field {

@@ -92,11 +92,10 @@ std::vector<Variant> Interpreter::EvalArgs(const ExprList& args) {
 
 // The variable a plain name stands for when reading it runs no code, else nullptr.
 [[gnu::always_inline]] inline const Variant* Interpreter::PlainVariable(const Expr& e) const {
+    if (e.quick == Quick::Local) return &LocalOf(e);
     if (e.kind != ExprKind::Name) return nullptr;
     const auto& n = static_cast<const NameExpr&>(e);
-    if (!n.args.empty()) return nullptr;
-    if (n.scope == Scope::Local) return &frame->locals[n.index].Deref();
-    if (n.scope != Scope::Global) return nullptr;
+    if (!n.args.empty() || n.scope != Scope::Global) return nullptr;
     const GlobalEntry& g = *n.global;
     if (g.proc || g.host || g.cls || (!g.declared && option_explicit)) return nullptr;
     return &g.value;
@@ -104,7 +103,7 @@ std::vector<Variant> Interpreter::EvalArgs(const ExprList& args) {
 
 // A constant or a variable whose reading runs no code, read in place; else nullptr.
 [[gnu::always_inline]] inline const Variant* Interpreter::PlainOperand(const Expr& e) const {
-    if (e.kind == ExprKind::Constant) return &static_cast<const ConstantExpr&>(e).value;
+    if (e.quick == Quick::Constant) return &static_cast<const ConstantExpr&>(e).value;
     return PlainVariable(e);
 }
 
@@ -144,16 +143,25 @@ std::vector<Variant> Interpreter::EvalArgs(const ExprList& args) {
 }
 
 Variant Interpreter::Eval(const Expr& e) {
-    switch (e.kind) {
-    case ExprKind::Constant:
-        return static_cast<const ConstantExpr&>(e).value;
-    case ExprKind::Name: {
+    if (e.quick == Quick::Local) return LocalOf(e);
+    if (e.kind == ExprKind::Binary) {
+        const auto& b = static_cast<const BinaryExpr&>(e);
+        Variant out;
+        if (QuickBinary(b, out)) return out;
+        return EvalBinary(b);
+    }
+    if (e.kind == ExprKind::Name) {
         const auto& n = static_cast<const NameExpr&>(e);
-        if (n.scope == Scope::Local && n.args.empty()) return frame->locals[n.index].Deref();
         if (n.scope == Scope::Global && n.global->proc)
             return CallProcedure(*n.global->proc, nullptr, n.args);
         return EvalName(n);
     }
+    switch (e.kind) {
+    case ExprKind::Constant:
+        return static_cast<const ConstantExpr&>(e).value;
+    case ExprKind::Name:
+    case ExprKind::Binary:
+        break; // above
     case ExprKind::Member:
         return EvalMember(static_cast<const MemberExpr&>(e), InvokeKind::Get);
     case ExprKind::Index:
@@ -164,12 +172,6 @@ Variant Interpreter::Eval(const Expr& e) {
         if (u.op == UnaryOp::Negate) return Negate(v);
         if (u.op == UnaryOp::Not) return Not(v);
         return std::move(v.Deref());
-    }
-    case ExprKind::Binary: {
-        const auto& b = static_cast<const BinaryExpr&>(e);
-        Variant out;
-        if (QuickBinary(b, out)) return out;
-        return EvalBinary(b);
     }
     case ExprKind::New:
         return EvalNew(static_cast<const NewExpr&>(e));
@@ -184,19 +186,28 @@ Variant Interpreter::Eval(const Expr& e) {
 // read in place only when the right one runs no code that could change it meanwhile.
 [[gnu::always_inline]] inline const Variant& Interpreter::Operand(const Expr& e, Variant& scratch,
                                                                   bool in_place) {
-    if (e.kind == ExprKind::Constant) return static_cast<const ConstantExpr&>(e).value;
+    if (e.quick == Quick::Constant) return static_cast<const ConstantExpr&>(e).value;
     if (const Variant* v = PlainVariable(e)) {
         if (in_place) return *v;
         scratch = *v;
         return scratch;
+    }
+    if (e.kind == ExprKind::Name) {
+        // A call of a script procedure goes straight there, one machine frame fewer.
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Global && n.global->proc) {
+            scratch = CallProcedure(*n.global->proc, nullptr, n.args);
+            return scratch.Deref();
+        }
     }
     scratch = Eval(e);
     return scratch.Deref();
 }
 
 Variant Interpreter::EvalBinary(const BinaryExpr& b) {
+    if (Variant out; QuickBinary(b, out)) return out;
     Variant left_scratch, right_scratch;
-    const bool left_in_place = b.right->kind == ExprKind::Constant || PlainVariable(*b.right);
+    const bool left_in_place = b.right->quick != Quick::None || PlainVariable(*b.right);
     const Variant& l = Operand(*b.left, left_scratch, left_in_place);
     const Variant& r = Operand(*b.right, right_scratch, true);
     switch (b.op) {
@@ -256,21 +267,46 @@ Variant Interpreter::EvalBinary(const BinaryExpr& b) {
     }
 }
 
-// An If or loop condition: a comparison of whole numbers is answered without a Variant.
+// An If or loop condition: a comparison of whole numbers read in place is answered here,
+// without a Variant or a call; the rest goes the general way.
+[[gnu::always_inline]] inline bool Interpreter::QuickCondition(const Expr& e, bool& truth) const {
+    if (e.kind != ExprKind::Binary) return false;
+    const auto& b = static_cast<const BinaryExpr&>(e);
+    if (b.op < BinaryOp::Equal || b.op > BinaryOp::GreaterEqual) return false;
+    const Variant* x = PlainOperand(*b.left);
+    const Variant* y = x ? PlainOperand(*b.right) : nullptr;
+    if (!y || !IsPlainWhole(*x) || !IsPlainWhole(*y)) return false;
+    truth = CompareWhole(b.op, x->whole(), y->whole());
+    return true;
+}
+
 bool Interpreter::Condition(const Expr& e) {
+    bool truth;
+    if (QuickCondition(e, truth)) return truth;
+    return GeneralCondition(e);
+}
+
+bool Interpreter::GeneralCondition(const Expr& e) {
     if (e.kind != ExprKind::Binary) return Truth(Eval(e));
     const auto& b = static_cast<const BinaryExpr&>(e);
     if (b.op < BinaryOp::Equal || b.op > BinaryOp::GreaterEqual) return Truth(EvalBinary(b));
-    if (const Variant* x = PlainOperand(*b.left)) {
-        if (const Variant* y = PlainOperand(*b.right); y && IsPlainWhole(*x) && IsPlainWhole(*y))
-            return CompareWhole(b.op, x->whole(), y->whole());
-    }
     Variant left_scratch, right_scratch;
-    const bool left_in_place = b.right->kind == ExprKind::Constant || PlainVariable(*b.right);
+    const bool left_in_place = b.right->quick != Quick::None || PlainVariable(*b.right);
     const Variant& x = Operand(*b.left, left_scratch, left_in_place);
     const Variant& y = Operand(*b.right, right_scratch, true);
     if (IsPlainWhole(x) && IsPlainWhole(y)) return CompareWhole(b.op, x.whole(), y.whole());
     return Truth(Comparison(b.op, x, y, b.literal));
+}
+
+const Block* Interpreter::ChosenBlock(const IfStmt& s) {
+    const std::size_t n = s.conditions.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        bool truth;
+        if (!QuickCondition(*s.conditions[i], truth)) truth = GeneralCondition(*s.conditions[i]);
+        if (truth) return &s.blocks[i];
+    }
+    if (s.blocks.size() > n) return &s.blocks.back();
+    return nullptr;
 }
 
 Variant& Interpreter::VariableOf(const NameExpr& e) {

@@ -82,9 +82,15 @@ private:
     bool QuickBinary(const BinaryExpr& b, Variant& out);
     [[gnu::noinline]] Variant EvalBinary(const BinaryExpr& e);
     const Variant* PlainVariable(const Expr& e) const;
+    // The local variable a Quick::Local name stands for.
+    Variant& LocalOf(const Expr& e) const {
+        return frame->locals[static_cast<const NameExpr&>(e).index].Deref();
+    }
     const Variant* PlainOperand(const Expr& e) const;
     const Variant& Operand(const Expr& e, Variant& scratch, bool in_place);
     bool Condition(const Expr& e);
+    bool QuickCondition(const Expr& e, bool& truth) const;
+    [[gnu::noinline]] bool GeneralCondition(const Expr& e);
     Variant EvalMember(const MemberExpr& e, InvokeKind kind);
     Variant EvalIndex(const IndexExpr& e);
     [[noreturn]] void RequireObject(const Expr& e);
@@ -97,9 +103,14 @@ private:
                          int& cache_id, InvokeKind kind, std::vector<Variant>& args);
 
     Flow Exec(const Stmt& s);
+    Flow RunBlock(const Block& block); // ExecBlock's loop, inlined into calls
     void ExecAssign(const AssignStmt& s);
+    void AssignValue(const AssignStmt& s, Variant value);
+    Variant AssignedValue(const Expr& e);
+    Variant OperandValue(const Expr& e);
     void ExecCall(const CallStmt& s);
     Flow ExecIf(const IfStmt& s);
+    const Block* ChosenBlock(const IfStmt& s); // nullptr: no branch taken
     Flow ExecSelect(const SelectStmt& s);
     Flow ExecFor(const ForStmt& s);
     Flow ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64_t end, const Variant& step);
@@ -112,6 +123,10 @@ private:
     void CatchInStatement(RuntimeError& e, const Stmt& s);
     void CheckCallRoom(std::size_t slots_needed);
 
+public:
+    void LeaveCall(Variant* slots, Frame* saved); // the end of a call, however it ends
+
+private:
     std::unordered_map<std::string, int> global_index_;
     std::vector<Variant> stack_;
     std::size_t stack_top_ = 0;

@@ -18,77 +18,111 @@ bool IsReferenceable(const Expr& e) {
 
 // Restores the caller's frame and frees the callee's slots however the call ends.
 struct CallScope {
-    CallScope(std::vector<Variant>& stack, std::size_t& top, std::size_t base, Frame*& frame,
-              int& depth)
-        : stack(stack), top(top), base(base), frame(frame), saved(frame), depth(depth) {}
+    CallScope(Interpreter& in, Variant* slots, std::size_t count, Frame* saved)
+        : in(in), slots(slots), count(count), saved(saved) {}
     ~CallScope() {
-        Variant* slots = stack.data();
-        for (std::size_t i = base; i < top; ++i)
+        for (std::size_t i = 0; i < count; ++i)
             slots[i].Clear();
-        top = base;
-        frame = saved;
-        --depth;
+        in.LeaveCall(slots, saved);
     }
-    std::vector<Variant>& stack;
-    std::size_t& top;
-    std::size_t base;
-    Frame*& frame;
+    Interpreter& in;
+    Variant* slots;
+    std::size_t count;
     Frame* saved;
-    int& depth;
 };
 
 } // namespace
 
-// Error 28 before the evaluator's slots or the machine stack run out.
+// Error 28 before the evaluator's slots or the machine stack run out. The time budget is
+// counted here too, once per call.
 void Interpreter::CheckCallRoom(std::size_t slots_needed) {
     const char* here = static_cast<const char*>(__builtin_frame_address(0));
-    if (call_depth_ >= kMaxCallDepth || slots_needed > stack_.size() ||
+    if (call_depth_ >= kMaxCallDepth || slots_needed > kMaxLocalSlots ||
         (native_base_ && static_cast<std::size_t>(native_base_ - here) > kMaxNativeStack))
         Raise(err::kOutOfStack);
     if (--tick_ <= 0) Tick();
 }
 
-Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, const ExprList& args) {
-    if (args.size() != proc.params.size()) Raise(err::kWrongArguments);
-    const std::size_t base = stack_top_;
-    const std::size_t count = static_cast<std::size_t>(proc.SlotCount());
-    CheckCallRoom(base + count);
-    ++call_depth_;
-    Frame callee{&stack_[base], me, &proc, false};
-    CallScope scope(stack_, stack_top_, base, frame, call_depth_);
-    Variant* slots = callee.locals;
-    const std::size_t n = args.size();
-    for (std::size_t i = 0; i < n; ++i) {
-        const Expr& a = *args[i];
-        if (!proc.params[i].by_val && IsReferenceable(a)) {
-            slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
-        } else {
-            slots[i] = Eval(a);
-            if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
-        }
-        stack_top_ = base + i + 1;
-    }
-    stack_top_ = base + count;
-    frame = &callee;
-    ExecBlock(proc.body);
-    return std::move(stack_[base + static_cast<std::size_t>(proc.ResultSlot())]);
+void Interpreter::LeaveCall(Variant* slots, Frame* saved) {
+    stack_top_ = static_cast<std::size_t>(slots - stack_.data());
+    frame = saved;
+    --call_depth_;
 }
 
-Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
-                                    std::span<Variant> args) {
-    if (args.size() != proc.params.size()) Raise(err::kWrongArguments);
-    const std::size_t base = stack_top_;
-    const std::size_t count = static_cast<std::size_t>(proc.SlotCount());
-    CheckCallRoom(base + count);
-    ++call_depth_;
-    Frame callee{&stack_[base], me, &proc, false};
-    CallScope scope(stack_, stack_top_, base, frame, call_depth_);
-    for (std::size_t i = 0; i < args.size(); ++i)
-        stack_[base + i] = args[i].Deref();
-    stack_top_ = base + count;
-    frame = &callee;
-    ExecBlock(proc.body);
-    return std::move(stack_[base + static_cast<std::size_t>(proc.ResultSlot())]);
+// An operand's value, a call of a script procedure made from here.
+[[gnu::always_inline]] inline Variant Interpreter::OperandValue(const Expr& e) {
+    if (e.quick == Quick::Local) return LocalOf(e);
+    if (e.quick == Quick::Constant) return static_cast<const ConstantExpr&>(e).value;
+    if (e.kind == ExprKind::Name) {
+        const auto& n = static_cast<const NameExpr&>(e);
+        if (n.scope == Scope::Global && n.global->proc)
+            return CallProcedure(*n.global->proc, nullptr, n.args);
+    }
+    Variant v = Eval(e);
+    if (v.IsReference()) v = Variant(v.Deref());
+    return v;
+}
+
+// The value of an assignment. A sum or difference with calls in it, "f(n - 1) + f(n - 2)",
+// is worked out here so that the calls stack one machine frame per script call.
+[[gnu::always_inline]] inline Variant Interpreter::AssignedValue(const Expr& e) {
+    if (e.kind != ExprKind::Binary) return Eval(e);
+    const auto& b = static_cast<const BinaryExpr&>(e);
+    const auto calls = [](const Expr& x) {
+        if (x.kind != ExprKind::Name) return false;
+        const auto& n = static_cast<const NameExpr&>(x);
+        return n.scope == Scope::Global && n.global->proc != nullptr;
+    };
+    // Other operands are read in place by the general path.
+    if ((b.op != BinaryOp::Add && b.op != BinaryOp::Subtract) ||
+        !(calls(*b.left) || calls(*b.right)))
+        return EvalBinary(b);
+    const Variant l = OperandValue(*b.left);
+    const Variant r = OperandValue(*b.right);
+    const auto whole = [](const Variant& v) {
+        return v.tag() == Variant::Tag::Integer || v.tag() == Variant::Tag::Long;
+    };
+    if (whole(l) && whole(r)) {
+        const int rank = l.tag() == Variant::Tag::Long || r.tag() == Variant::Tag::Long ? 3 : 2;
+        const std::int64_t a = l.whole(), c = r.whole();
+        return FitWhole(b.op == BinaryOp::Add ? a + c : a - c, rank);
+    }
+    return Arithmetic(b.op, l, r);
+}
+
+// Kept inline in the statement loop: a value into a local variable, the common case, then
+// costs no call of its own.
+[[gnu::always_inline]] inline void Interpreter::ExecAssign(const AssignStmt& s) {
+    Variant value = AssignedValue(*s.value);
+    if (!s.is_set && s.target->quick == Quick::Local && value.IsPlainValue()) {
+        LocalOf(*s.target) = std::move(value);
+        return;
+    }
+    AssignValue(s, std::move(value));
+}
+
+void Interpreter::AssignValue(const AssignStmt& s, Variant value) {
+    if (!s.is_set && s.target->kind == ExprKind::Name && value.IsPlainValue()) {
+        // A plain value into a plain variable skips the general store.
+        const auto& n = static_cast<const NameExpr&>(*s.target);
+        if (n.args.empty() && (n.scope == Scope::Local || n.scope == Scope::Field ||
+                               (n.scope == Scope::Global && !n.global->host))) {
+            VariableOf(n) = std::move(value);
+            return;
+        }
+    }
+    Variant& v = value.Deref();
+    if (s.is_set) {
+        if (!v.IsObject()) Raise(err::kObjectRequired);
+        Store(*s.target, v, true);
+        return;
+    }
+    if (v.IsObject()) {
+        Store(*s.target, ValueOf(v), false);
+        return;
+    }
+    if (v.IsArray() && v.array()->fixed) v = Variant::Array(v.array()->Clone());
+    Store(*s.target, std::move(v), false);
 }
 
 void Interpreter::CatchInStatement(RuntimeError& e, const Stmt& s) {
@@ -100,23 +134,112 @@ void Interpreter::CatchInStatement(RuntimeError& e, const Stmt& s) {
     err->Set(e);
 }
 
-Flow Interpreter::ExecBlock(const Block& block) {
-    for (const auto& s : block) {
+// The block an If chooses runs in this same loop, one cursor per level, instead of one more
+// C++ call per level: deep script recursion then keeps fewer machine frames per script
+// call, which the processor's return prediction rewards. Beyond a few levels an If's block
+// runs through a call as before.
+[[gnu::always_inline]] inline Flow Interpreter::RunBlock(const Block& block) {
+    struct Cursor {
+        const StmtPtr* at;
+        const StmtPtr* end;
+    };
+    constexpr int kLevels = 4;
+    Cursor levels[kLevels];
+    int depth = 0;
+    levels[0] = {block.data(), block.data() + block.size()};
+    for (;;) {
+        Cursor& c = levels[depth];
+        if (c.at == c.end) {
+            if (depth == 0) return Flow::Normal;
+            --depth;
+            continue;
+        }
+        const Stmt& s = **c.at++;
         try {
-            const Flow f = Exec(*s);
+            if (s.kind == StmtKind::If) {
+                const Block* chosen = ChosenBlock(static_cast<const IfStmt&>(s));
+                if (!chosen || chosen->empty()) continue;
+                if (depth + 1 < kLevels) {
+                    levels[++depth] = {chosen->data(), chosen->data() + chosen->size()};
+                    continue;
+                }
+                const Flow f = ExecBlock(*chosen);
+                if (f != Flow::Normal) return f;
+                continue;
+            }
+            if (s.kind == StmtKind::Assign) {
+                ExecAssign(static_cast<const AssignStmt&>(s));
+                continue;
+            }
+            const Flow f = Exec(s);
             if (f != Flow::Normal) return f;
         } catch (RuntimeError& e) {
-            CatchInStatement(e, *s);
+            CatchInStatement(e, s);
         }
     }
-    return Flow::Normal;
+}
+
+Flow Interpreter::ExecBlock(const Block& block) {
+    return RunBlock(block);
+}
+
+// The arguments are bound straight into the callee's slots: a ByRef argument naming a
+// variable as a reference to it, anything else as its value. The slots are claimed before
+// the arguments run, so that calls among them stack above.
+Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, const ExprList& args) {
+    const std::size_t n = args.size();
+    if (n != proc.param_count) Raise(err::kWrongArguments);
+    const std::size_t base = stack_top_;
+    const std::size_t count = proc.slot_count;
+    CheckCallRoom(base + count);
+    Variant* slots = stack_.data() + base;
+    stack_top_ = base + count;
+    ++call_depth_;
+    CallScope scope(*this, slots, count, frame);
+    for (std::size_t i = 0; i < n; ++i) {
+        const Expr& a = *args[i];
+        if (!proc.params[i].by_val && IsReferenceable(a)) {
+            slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
+        } else {
+            slots[i].Adopt(Eval(a));
+            if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
+        }
+    }
+    Frame callee{slots, me, &proc, false};
+    frame = &callee;
+    RunBlock(proc.body);
+    return std::move(slots[proc.param_count]);
+}
+
+Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
+                                    std::span<Variant> args) {
+    if (args.size() != proc.param_count) Raise(err::kWrongArguments);
+    const std::size_t base = stack_top_;
+    const std::size_t count = proc.slot_count;
+    CheckCallRoom(base + count);
+    Variant* slots = stack_.data() + base;
+    stack_top_ = base + count;
+    ++call_depth_;
+    CallScope scope(*this, slots, count, frame);
+    for (std::size_t i = 0; i < args.size(); ++i)
+        slots[i] = args[i].Deref();
+    Frame callee{slots, me, &proc, false};
+    frame = &callee;
+    RunBlock(proc.body);
+    return std::move(slots[proc.param_count]);
 }
 
 Flow Interpreter::Exec(const Stmt& s) {
-    switch (s.kind) {
-    case StmtKind::Assign:
+    // Assignments and Ifs, the bulk of what runs, are told apart by plain branches, which
+    // the processor predicts far better than the jump table of the switch.
+    if (s.kind == StmtKind::Assign) {
         ExecAssign(static_cast<const AssignStmt&>(s));
         return Flow::Normal;
+    }
+    if (s.kind == StmtKind::If) return ExecIf(static_cast<const IfStmt&>(s));
+    switch (s.kind) {
+    case StmtKind::Assign:
+        break; // above
     case StmtKind::Call:
         ExecCall(static_cast<const CallStmt&>(s));
         return Flow::Normal;
@@ -154,34 +277,6 @@ Flow Interpreter::Exec(const Stmt& s) {
         return ExecWith(static_cast<const WithStmt&>(s));
     }
     return Flow::Normal;
-}
-
-void Interpreter::ExecAssign(const AssignStmt& s) {
-    Variant value = Eval(*s.value);
-    if (!s.is_set && s.target->kind == ExprKind::Name && !value.IsObject() && !value.IsArray() &&
-        !value.IsReference()) {
-        // A plain value into a plain variable, the common case, skips the general store.
-        const auto& n = static_cast<const NameExpr&>(*s.target);
-        if (n.args.empty() && (n.scope == Scope::Local || n.scope == Scope::Field ||
-                               (n.scope == Scope::Global && !n.global->host))) {
-            Variant& slot =
-                n.scope == Scope::Local ? frame->locals[n.index].Deref() : VariableOf(n);
-            slot = std::move(value);
-            return;
-        }
-    }
-    Variant& v = value.Deref();
-    if (s.is_set) {
-        if (!v.IsObject()) Raise(err::kObjectRequired);
-        Store(*s.target, v, true);
-        return;
-    }
-    if (v.IsObject()) {
-        Store(*s.target, ValueOf(v), false);
-        return;
-    }
-    if (v.IsArray() && v.array()->fixed) v = Variant::Array(v.array()->Clone());
-    Store(*s.target, std::move(v), false);
 }
 
 void Interpreter::Store(const Expr& target, Variant value, bool is_set) {
@@ -259,10 +354,8 @@ void Interpreter::ExecCall(const CallStmt& s) {
 }
 
 Flow Interpreter::ExecIf(const IfStmt& s) {
-    for (std::size_t i = 0; i < s.conditions.size(); ++i)
-        if (Condition(*s.conditions[i])) return ExecBlock(s.blocks[i]);
-    if (s.blocks.size() > s.conditions.size()) return ExecBlock(s.blocks.back());
-    return Flow::Normal;
+    const Block* chosen = ChosenBlock(s);
+    return chosen ? ExecBlock(*chosen) : Flow::Normal;
 }
 
 Flow Interpreter::ExecSelect(const SelectStmt& s) {

@@ -711,7 +711,13 @@ private:
             return stmt;
         }
         if (is_set) return Fail(err::kExpectedEquals), nullptr;
-        if (!AtLineEnd() && !Is(Cur(), "else")) {
+        if (spaced_paren && (AtLineEnd() || Is(Cur(), "else")) && ArgsOf(target.get()) &&
+            ArgsOf(target.get())->size() == 1) {
+            // "Foo (a)" alone passes (a), a value: re-read it as an argument expression.
+            pos_ = spaced_paren;
+            ArgsOf(target.get())->clear();
+            if (!ArgumentList(*ArgsOf(target.get()), false)) return nullptr;
+        } else if (!AtLineEnd() && !Is(Cur(), "else")) {
             ExprList* args = ArgsOf(target.get());
             if (!args) return Fail(err::kExpectedEndOfStatement), nullptr;
             if (spaced_paren) {

@@ -90,6 +90,8 @@ private:
         for (Constant& c : proc.constants)
             local_constants_[ToLowerAscii(c.name)] = c.value;
         Walk(proc.body);
+        proc.param_count = static_cast<std::uint32_t>(proc.params.size());
+        proc.slot_count = static_cast<std::uint32_t>(proc.locals.size());
         proc_ = nullptr;
     }
 
@@ -118,6 +120,7 @@ private:
             if (auto it = locals_.find(key); it != locals_.end() && !self_call) {
                 e.scope = Scope::Local;
                 e.index = it->second;
+                if (e.args.empty()) e.quick = Quick::Local;
                 return;
             }
             if (proc_->owner) {
@@ -155,6 +158,7 @@ private:
             locals_.emplace(key, slot);
             e.scope = Scope::Local;
             e.index = slot;
+            if (e.args.empty()) e.quick = Quick::Local;
             return;
         }
         e.scope = Scope::Global;

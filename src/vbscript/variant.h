@@ -88,22 +88,22 @@ public:
     static Variant Null() { return Variant(Tag::Null); }
     static Variant Boolean(bool b) {
         Variant v(Tag::Boolean);
-        v.bits_.i = b ? -1 : 0;
+        v.bits_.c = b ? -1 : 0;
         return v;
     }
     static Variant Byte(int b) {
         Variant v(Tag::Byte);
-        v.bits_.i = b;
+        v.bits_.c = b;
         return v;
     }
     static Variant Integer(int i) {
         Variant v(Tag::Integer);
-        v.bits_.i = i;
+        v.bits_.c = i;
         return v;
     }
     static Variant Long(std::int32_t i) {
         Variant v(Tag::Long);
-        v.bits_.i = i;
+        v.bits_.c = i;
         return v;
     }
     static Variant Single(float f) {
@@ -129,7 +129,7 @@ public:
     }
     static Variant Error(int code) {
         Variant v(Tag::Error);
-        v.bits_.i = code;
+        v.bits_.c = code;
         return v;
     }
     static Variant String(std::string text);
@@ -167,6 +167,14 @@ public:
     bool IsArray() const { return tag_ == Tag::Array; }
     bool IsNothing() const { return tag_ == Tag::Object && bits_.p == nullptr; }
     bool IsReference() const { return tag_ == Tag::Reference; }
+    // Neither an object, an array nor a reference: storing it needs no more care.
+    bool IsPlainValue() const { return tag_ < Tag::Object || tag_ == Tag::Error; }
+    // Takes `other`'s value into this Variant, which must be Empty (a fresh slot).
+    void Adopt(Variant&& other) noexcept {
+        tag_ = other.tag_;
+        bits_ = other.bits_;
+        other.tag_ = Tag::Empty;
+    }
     // Whole numbers (Boolean, Byte, Integer, Long) keep their value here.
     bool IsWhole() const {
         return tag_ == Tag::Boolean || tag_ == Tag::Byte || tag_ == Tag::Integer ||
@@ -174,7 +182,7 @@ public:
     }
     bool IsNumeric() const { return tag_ >= Tag::Boolean && tag_ <= Tag::Date; }
 
-    std::int32_t whole() const { return bits_.i; }
+    std::int32_t whole() const { return static_cast<std::int32_t>(bits_.c); }
     double real() const { return bits_.d; }
     std::int64_t currency() const { return bits_.c; }
     const std::string& text() const { return static_cast<StringBox*>(bits_.p)->text; }
@@ -202,10 +210,11 @@ private:
     }
 
     Tag tag_ = Tag::Empty;
+    // Whole numbers are kept sign-extended in all eight bytes: a value written in two halves
+    // and then copied whole stalls the processor's store forwarding on every move.
     union Bits {
-        std::int32_t i;
-        double d;
         std::int64_t c;
+        double d;
         Boxed* p;
         Variant* ref;
     } bits_{0};
