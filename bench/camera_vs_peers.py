@@ -16,7 +16,10 @@ is scaled to a minute of video. Latency: the source draws each frame's number in
 viewer reads it back from every picture served and the time between the source's sending the
 frame and the viewer's receiving its picture is the latency (loopback, same clock).
 
-    bench/camera_vs_peers.py BUILD [SECONDS] [--motion-detection]
+    bench/camera_vs_peers.py BUILD [SECONDS] [--motion-detection] [--only NAME] [--feed-rate N]
+
+With --feed-rate tessarolle's feed asks for up to N frames a second instead of the camera's own
+rate: a rate above the camera's never holds a frame back waiting for the feed's next grab.
 
 With --motion-detection the camera sends 15 frames a second and both tessarolle and motion
 detect motion on it.
@@ -58,12 +61,12 @@ def make_inputs(work, frames):
                     "PNG32:" + os.path.join(work, "logo.png")], check=True)
 
 
-def write_site(work, camera_port, web_port, fps, detect):
+def write_site(work, camera_port, web_port, fps, detect, feed_rate=None):
     ini = ("[General]\r\nLastPortfolio=site.por\r\n[Cameras]\r\n"
            f"Camera0=http://127.0.0.1:{camera_port}/cam\r\nCamera0Name=Bench\r\n")
     portfolio = ("[Canvas01]\r\nFileName=overlay.can\r\n[WebServer]\r\nEnabled=True\r\n"
                  f"Port={web_port}\r\n[VideoFeeds]\r\nFeed0Name=Bench\r\nFeed0Enabled=True\r\n"
-                 f"Feed0FrameRate={fps}\r\n")
+                 f"Feed0FrameRate={feed_rate or fps}\r\n")
     if detect:
         portfolio += "Feed0MotionEnabled=True\r\nFeed0MotionDiffPreBlurRadius=1\r\n"
     canvas = ("[General]\r\nName=Overlay\r\nWidth=1280\r\nHeight=720\r\nShadowIntensity=60\r\n"
@@ -146,7 +149,7 @@ def latencies(sent_log, viewer_log):
     return result, unread
 
 
-def run_case(name, work, build, seconds, fps, detect):
+def run_case(name, work, build, seconds, fps, detect, feed_rate=None):
     camera_port, out_port = free_port(), free_port()
     sent_log = os.path.join(work, f"{name}.sent")
     viewer_log = os.path.join(work, f"{name}.viewer")
@@ -157,7 +160,7 @@ def run_case(name, work, build, seconds, fps, detect):
         time.sleep(0.05)
     viewer = None
     if name == "tessarolle":
-        write_site(work, camera_port, out_port, fps, detect)
+        write_site(work, camera_port, out_port, fps, detect, feed_rate)
         program = subprocess.Popen([os.path.join(build, "src/app/tessarolle"), "--for", "600"],
                                    cwd=work, stdout=subprocess.DEVNULL,
                                    stderr=subprocess.DEVNULL)
@@ -230,7 +233,10 @@ def main():
     names = ["tessarolle", "motion"] + ([] if detect else ["ffmpeg"])
     if "--only" in sys.argv:
         names = [sys.argv[sys.argv.index("--only") + 1]]
-    rows = [run_case(name, work, build, seconds, fps, detect) for name in names]
+    feed_rate = None
+    if "--feed-rate" in sys.argv:
+        feed_rate = float(sys.argv[sys.argv.index("--feed-rate") + 1])
+    rows = [run_case(name, work, build, seconds, fps, detect, feed_rate) for name in names]
     ours = rows[0]["per_minute"] if names[0] == "tessarolle" else 0
     print(f"{seconds:g} s of 1280x720 video at {fps} fps, motion detection "
           f"{'on' if detect else 'off'}; work folder {work}")

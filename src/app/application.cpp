@@ -110,6 +110,9 @@ void Application::WakeSoon() {
 // Until the earliest time anything of the portfolio comes due, within the two limits.
 std::chrono::steady_clock::duration Application::SleepAfterTick() {
     if (!running_ || !portfolio_) return kLongestSleep;
+    // A camera frame taken after the composition is drawn at once: waiting out the interval
+    // would add it to every frame's delay.
+    if (portfolio_->FramesWaiting()) return std::chrono::steady_clock::duration::zero();
     const double now = clock_.Now();
     const double longest = std::chrono::duration<double>(kLongestSleep).count();
     const double due = portfolio_->NextDue(now + longest / 86400.0);

@@ -2,6 +2,7 @@
 
 #include "capture/ffmpeg_session.h"
 #include "capture/host_probe.h"
+#include "imaging/jpeg.h"
 
 #include <algorithm>
 #include <utility>
@@ -64,6 +65,7 @@ bool FfmpegCapture::DeliverFrame(const FrameCallback& callback) {
         delivered_seq_ = latest_seq_;
         grab_pending_ = false;
     }
+    if (delivered_.held && !DecodeHeld()) return false;
     VideoHeader header;
     header.data = delivered_.bytes.data();
     header.buffer_length = static_cast<std::uint32_t>(delivered_.bytes.size());
@@ -126,15 +128,54 @@ bool FfmpegCapture::WaitForReturn(std::chrono::milliseconds backoff) {
 // Only the newest frame is kept: the one waiting is replaced, never queued behind.
 void FfmpegCapture::Publish(RawFrame& frame) {
     bool wanted = false;
+    ++received_;
+    if (!frame.held) ++decoded_;
     {
         std::lock_guard lock(mutex_);
         std::swap(latest_, frame);
         ++latest_seq_;
         wanted = grab_pending_;
-        state_ = ReaderState::Streaming;
-        detail_.clear();
+        if (!latest_.held) {
+            state_ = ReaderState::Streaming;
+            detail_.clear();
+        }
     }
     if (wanted && frame_ready_) frame_ready_();
+}
+
+// While the loop keeps up, every frame is decoded as it comes, on the reader thread beside
+// the loop's work, so the loop finds it ready. A frame that comes while an older one still
+// waits untaken, with no grab out, is kept compressed: the loop is behind, and a newer frame
+// may well replace this one before it is taken.
+bool FfmpegCapture::HoldNextFrame() {
+    if (decode_as_they_come_ > 0) {
+        --decode_as_they_come_;
+        return false;
+    }
+    std::lock_guard lock(mutex_);
+    return !grab_pending_ && latest_seq_ != delivered_seq_;
+}
+
+// A kept frame is decoded when it is taken, on the loop thread. One that libjpeg-turbo
+// refuses is dropped: the grab stays outstanding and the next frames are decoded as they
+// come, by libavcodec when libjpeg-turbo refuses them too.
+bool FfmpegCapture::DecodeHeld() {
+    RawFrame& frame = delivered_;
+    int width = 0, height = 0;
+    const bool ok = DecodeJpegBottomUpBgr(frame.jpeg, frame.bytes, width, height) &&
+                    width == frame.width && height == frame.height;
+    frame.held = false;
+    std::lock_guard lock(mutex_);
+    if (!ok) {
+        frame.width = frame.height = 0;
+        grab_pending_ = true;
+        decode_as_they_come_ = kDecodeAfterRefusal;
+        return false;
+    }
+    ++decoded_;
+    state_ = ReaderState::Streaming;
+    detail_.clear();
+    return true;
 }
 
 void FfmpegCapture::ReaderLoop() {
@@ -143,7 +184,8 @@ void FfmpegCapture::ReaderLoop() {
     while (!stop_) {
         FfmpegSession session(source_, stop_);
         const SessionEnd end = session.Run([this](RawFrame& frame) { Publish(frame); }, connected,
-                                           [this] { SetState(ReaderState::Unreadable, {}); });
+                                           [this] { SetState(ReaderState::Unreadable, {}); },
+                                           [this] { return HoldNextFrame(); });
         if (end == SessionEnd::Stopped || stop_) break;
         if (session.FramesDelivered() > 0) backoff = kFirstRetry;
         if (end == SessionEnd::Ended) {

@@ -28,6 +28,9 @@ public:
     static constexpr std::chrono::milliseconds kLongestRetry{30000};
     static constexpr std::chrono::milliseconds kProbeInterval{1000};
     static constexpr std::chrono::milliseconds kProbeTimeout{300};
+    // After a kept frame failed to decode, this many frames are decoded as they come, where
+    // libavcodec can repair what libjpeg-turbo refuses.
+    static constexpr int kDecodeAfterRefusal = 30;
 
     // `frame_ready` is called on the reader thread when a frame arrives for an outstanding
     // grab; it must only post work to the loop thread.
@@ -45,6 +48,10 @@ public:
     // The least time between two fetches of a snapshot camera's picture.
     void SetSnapshotInterval(std::chrono::milliseconds interval) { snapshot_interval_ = interval; }
     ReaderState State() const;
+    // Frames received, and frames decoded into pictures (on either thread): a frame replaced
+    // by a newer one before anybody took it is never decoded.
+    std::uint64_t FramesReceived() const { return received_; }
+    std::uint64_t FramesDecoded() const { return decoded_; }
 
 private:
     void ReaderLoop();
@@ -54,11 +61,15 @@ private:
     bool Wait(std::chrono::milliseconds time);
     // Waits out a back-off, ending early when a network camera's host answers again.
     bool WaitForReturn(std::chrono::milliseconds backoff);
+    bool HoldNextFrame();
+    bool DecodeHeld();
 
     const CameraSource source_;
     const std::function<void()> frame_ready_;
     std::chrono::milliseconds snapshot_interval_{1000};
     std::atomic<bool> stop_{false};
+    std::atomic<int> decode_as_they_come_{0};
+    std::atomic<std::uint64_t> received_{0}, decoded_{0};
     std::thread reader_;
 
     mutable std::mutex mutex_; // guards everything below
@@ -69,7 +80,7 @@ private:
     ReaderState state_ = ReaderState::Idle;
     std::string detail_;
 
-    // Loop thread only.
+    // Loop thread only, but for delivered_seq_, which is written under the mutex.
     RawFrame delivered_;
     std::uint64_t delivered_seq_ = 0;
 };

@@ -173,6 +173,7 @@ bool FfmpegSession::Convert(RawFrame& out) {
     out.width = f->width;
     out.height = f->height;
     out.bytes_per_pixel = raw555 ? 2 : 3;
+    out.held = false;
     // Room for the widened picture, so that 16-bit frames can be widened in place.
     out.bytes.resize(RawFrame::Pitch(out.width, 3) * out.height + kScaleSlack);
     const int pitch = static_cast<int>(out.Pitch());
@@ -229,7 +230,7 @@ void FfmpegSession::CountUnreadable(const UnreadableSink& unreadable) {
 }
 
 SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point connected,
-                              const UnreadableSink& unreadable) {
+                              const UnreadableSink& unreadable, const HoldTest& hold) {
     if (!Open()) return stop_ ? SessionEnd::Stopped : SessionEnd::Failed;
     State& s = *state_;
     RawFrame frame;
@@ -243,7 +244,7 @@ SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point con
             av_packet_unref(s.packet);
             continue;
         }
-        if (DecodeMjpegDirectly(frame)) {
+        if (HoldMjpeg(frame, hold) || DecodeMjpegDirectly(frame)) {
             if (source_.paced && s.packet->pts != AV_NOPTS_VALUE)
                 Pace(static_cast<double>(s.packet->pts) * av_q2d(time_base));
             av_packet_unref(s.packet);
@@ -275,7 +276,7 @@ SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point con
 void FfmpegSession::Deliver(RawFrame& frame, const FrameSink& sink,
                             SteadyClock::time_point connected) {
     if (stop_) return;
-    unreadable_in_a_row_ = 0;
+    if (!frame.held) unreadable_in_a_row_ = 0; // a kept frame is not known to be good yet
     frame.time_captured = static_cast<std::uint32_t>(
         std::chrono::duration_cast<std::chrono::milliseconds>(SteadyClock::now() - connected)
             .count());
@@ -300,6 +301,20 @@ bool FfmpegSession::DecodeMjpegDirectly(RawFrame& out) {
     out.width = width;
     out.height = height;
     out.bytes_per_pixel = 3;
+    out.held = false;
+    return true;
+}
+
+// Only a stream whose size is known is held: the decoding later checks the frame against it.
+bool FfmpegSession::HoldMjpeg(RawFrame& out, const HoldTest& hold) {
+    const State& s = *state_;
+    if (s.codec->codec_id != AV_CODEC_ID_MJPEG || s.packet->size <= 0) return false;
+    if (s.codec->width <= 0 || s.codec->height <= 0 || !hold || !hold()) return false;
+    out.jpeg.assign(s.packet->data, s.packet->data + s.packet->size);
+    out.width = s.codec->width;
+    out.height = s.codec->height;
+    out.bytes_per_pixel = 3;
+    out.held = true;
     return true;
 }
 

@@ -24,6 +24,9 @@ public:
     using FrameSink = std::function<void(RawFrame& frame)>;
     // Called once when kUnreadableStreak pictures in a row could not be decoded.
     using UnreadableSink = std::function<void()>;
+    // Asked for each MJPEG frame: true when it may be kept compressed (RawFrame::held)
+    // instead of decoded now.
+    using HoldTest = std::function<bool()>;
     static constexpr int kUnreadableStreak = 25;
 
     FfmpegSession(const CameraSource& source, const std::atomic<bool>& stop);
@@ -34,7 +37,7 @@ public:
     // Opens, then reads until the stream ends, fails or the stop flag is set. `error` tells
     // what failed, for the log.
     SessionEnd Run(const FrameSink& sink, std::chrono::steady_clock::time_point connected,
-                   const UnreadableSink& unreadable = {});
+                   const UnreadableSink& unreadable = {}, const HoldTest& hold = {});
     const std::string& Error() const { return error_; }
     int FramesDelivered() const { return frames_; }
     // The input format FFmpeg settled on ("mpjpeg", "jpeg_pipe", "rtsp", ...).
@@ -47,6 +50,7 @@ private:
     bool Convert(RawFrame& out);
     bool ScaleInto(std::uint8_t* first_row, int stride);
     bool DecodeMjpegDirectly(RawFrame& out);
+    bool HoldMjpeg(RawFrame& out, const HoldTest& hold);
     void Deliver(RawFrame& frame, const FrameSink& sink,
                  std::chrono::steady_clock::time_point connected);
     void Pace(double seconds);

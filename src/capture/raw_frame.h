@@ -15,6 +15,11 @@ struct RawFrame {
     int height = 0;
     int bytes_per_pixel = 3;
     std::uint32_t time_captured = 0; // milliseconds since the driver connected
+    // An MJPEG frame that came while nobody waited for a picture is kept as it came, in
+    // `jpeg`, with the stream's size in width and height: only the frame that is taken is
+    // decoded, and the ones a newer frame replaces first never are.
+    bool held = false;
+    std::vector<std::uint8_t> jpeg;
 
     static std::size_t Pitch(int width, int bytes_per_pixel) {
         return (static_cast<std::size_t>(width) * bytes_per_pixel + 3) & ~std::size_t{3};

@@ -159,7 +159,7 @@ private:
     bool show_preview_in_setup_ = false;
     bool show_debug_info_ = false;
     tess::DIB dib_;
-    std::vector<std::uint8_t> buffer_; // the staging copy of a frame
+    std::vector<std::uint8_t> buffer_; // 16-bit frames widened here
     std::uint64_t revision_ = 0;
     std::string driver_state_; // as last logged
 };

@@ -153,13 +153,11 @@ void VideoFeed::FrameCallback(const VideoHeader& header, double now) {
 
     int status_width = 0, status_height = 0;
     if (driver_) driver_->Status(status_width, status_height);
-    bool recreated = false;
     if (dib_.Width() != status_width || dib_.Height() != status_height || width_ != status_width ||
         height_ != status_height) {
         width_ = status_width;
         height_ = status_height;
         dib_.SetWidthHeight(width_, height_);
-        recreated = true;
     }
     double bytes_per_pixel = 1;
     if (PaddedSize(width_, height_, 3) == header.bytes_used)
@@ -175,23 +173,27 @@ void VideoFeed::FrameCallback(const VideoHeader& header, double now) {
         LogFrameInfo(header, bytes_per_pixel);
         show_debug_info_ = false;
     }
-    const auto size = static_cast<std::size_t>(PaddedSize(width_, height_, 3));
-    if (recreated || buffer_.size() != size) buffer_.assign(size, 0);
     if (CopyFrame(header, bytes_per_pixel)) ++revision_;
 }
 
 // Depths other than 24 and 16 bits are not converted: the picture and flags stay as they were.
+// A 24-bit frame has the bitmap's own layout and goes straight into it; a 16-bit one is
+// widened in place in a staging buffer with room for the 24-bit rows.
 bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
     if (bytes_per_pixel != 3 && bytes_per_pixel != 2) return false;
-    if (!dib_.HasBitmap() || header.bytes_used > buffer_.size()) return false;
-    std::memcpy(buffer_.data(), header.data, header.bytes_used);
-    if (bytes_per_pixel == 2) {
+    const auto size = static_cast<std::size_t>(PaddedSize(width_, height_, 3));
+    if (!dib_.HasBitmap() || header.bytes_used > size || dib_.BufferSize() > size) return false;
+    if (bytes_per_pixel == 3) {
+        std::memcpy(dib_.DIBPtr(), header.data, dib_.BufferSize());
+    } else {
+        if (buffer_.size() != size) buffer_.assign(size, 0);
+        std::memcpy(buffer_.data(), header.data, header.bytes_used);
         bpp_ = 15;
         DIB1624(buffer_.data(), width_, height_);
+        std::memcpy(dib_.DIBPtr(), buffer_.data(), dib_.BufferSize());
     }
     new_dib_ = true;
     new_preview_dib_ = true;
-    std::memcpy(dib_.DIBPtr(), buffer_.data(), dib_.BufferSize());
     if (motion_.Enabled()) FeedMotionDetector();
     valid_ = true;
     frame_ = frame_ + 1 > kFrameWrap ? 0 : frame_ + 1;

@@ -265,6 +265,7 @@ private:
     // False when nothing changed, so the picture is the one already shown.
     bool RebuildLayers();
     void DrawLayer(std::int32_t index, DIB& layer);
+    bool LayerCoversCanvas(std::int32_t index);
     void MergeShadows(DIB& layer, std::int32_t index);
     void SaveFixed(const std::vector<std::uint8_t>& jpeg);
     void SaveSequential(const std::vector<std::uint8_t>& jpeg, double now);

@@ -177,7 +177,7 @@ bool Canvas::RebuildLayers() {
             work->SetWidthHeight(width_, height_);
             if (previous)
                 std::memcpy(work->DIBPtr(), previous->DIBPtr(), work->BufferSize());
-            else
+            else if (!LayerCoversCanvas(k))
                 work->Clear(background_color_);
         }
         DrawLayer(k, *work);
@@ -200,6 +200,16 @@ bool Canvas::RebuildLayers() {
 
 void Canvas::AddTextAndGraphicLayer(std::int32_t index) {
     DrawLayer(index, layers_.Layer(index));
+}
+
+// A camera frame drawn 1:1 over the whole canvas hides the background: filling it first
+// would be a wasted pass over every pixel of every frame.
+bool Canvas::LayerCoversCanvas(std::int32_t index) {
+    for (auto& item : graphics_.items)
+        if (DrawsOn(item.get(), index) &&
+            item->Image().CoversOpaquely(width_, height_, item->DrawX(), item->DrawY()))
+            return true;
+    return false;
 }
 
 void Canvas::DrawLayer(std::int32_t index, DIB& layer) {

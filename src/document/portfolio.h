@@ -113,6 +113,8 @@ public:
     void UpdateOtherPost();
     // The earliest time something comes due after the last tick, or `limit`.
     double NextDue(double limit) const;
+    // A camera frame came after this tick's composition: the next tick draws it.
+    bool FramesWaiting() const { return frames_waiting_; }
 
 private:
     void LoadKarvell();

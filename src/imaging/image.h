@@ -133,6 +133,9 @@ public:
     Bounds ShadowBounds(int x, int y);
     void MergeShadowTo(DIB& destination, int x, int y);
     void MergeImageTo(DIB& destination, int x, int y);
+    // True when MergeImageTo at (x, y) would replace every pixel of a width x height
+    // destination: an opaque picture, without transparent colours, covering it whole.
+    bool CoversOpaquely(int width, int height, int x, int y);
 
 private:
     void MarkFrom(bool image, bool crop);

@@ -143,6 +143,18 @@ void Image::MergeShadowTo(DIB& destination, int x, int y) {
           kOpacityAdditive, 0, 255, nullptr, 0, 0, &kBlack, 1, 1);
 }
 
+bool Image::CoversOpaquely(int width, int height, int x, int y) {
+    if (PerPixelOpacity() || opacity_mode_ != kOpacityMerge || Level() != 255 ||
+        transparent_enabled_)
+        return false;
+    const DIB& finished = GetFinalizedDIB();
+    if (!finished.HasBitmap()) return false;
+    const int k = Rotating() ? alignment_ : 0;
+    const int left = x - offsets_.x[k], top = y - offsets_.y[k];
+    return left <= 0 && top <= 0 && left + finished.Width() >= width &&
+           top + finished.Height() >= height;
+}
+
 void Image::MergeImageTo(DIB& destination, int x, int y) {
     const DIB& finished = GetFinalizedDIB();
     if (!finished.HasBitmap() || !destination.HasBitmap()) return;

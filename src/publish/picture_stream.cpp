@@ -9,7 +9,8 @@ namespace tess {
 void PictureStream::Publish(const WebPicture& jpeg) {
     if (jpeg.empty()) return;
     // A viewer that arrives after a stream ended starts it again.
-    part_ = std::make_shared<const WebPicture>(StreamPartBytes("image/jpeg", jpeg.Bytes()));
+    part_ = std::make_shared<const WebPicture>(StreamPartBytes("image/jpeg", jpeg.Bytes()),
+                                               WebPicture::Storage::MemoryOnly);
     ++revision_;
     ended_ = false;
     WakeAll();

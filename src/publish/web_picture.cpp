@@ -20,29 +20,26 @@ bool WriteAll(int fd, std::span<const std::uint8_t> bytes) {
 
 } // namespace
 
-WebPicture::WebPicture(std::vector<std::uint8_t> bytes)
-    : buffer_(std::move(bytes)), size_(buffer_.size()) {
-    if (size_ > 0 && MoveIntoFile()) std::vector<std::uint8_t>().swap(buffer_);
-}
+WebPicture::WebPicture(std::vector<std::uint8_t> bytes, Storage storage)
+    : buffer_(std::move(bytes)), storage_(storage) {}
 
 WebPicture::~WebPicture() {
-    if (map_) ::munmap(map_, size_);
     if (fd_ >= 0) ::close(fd_);
 }
 
-// Out of descriptors or memory for the file, the picture is still served from the buffer.
-bool WebPicture::MoveIntoFile() {
+// Out of descriptors or memory for the file, the picture is still served from the buffer;
+// the file is tried once only.
+int WebPicture::Fd() const {
+    if (file_tried_ || storage_ == Storage::MemoryOnly || buffer_.empty()) return fd_;
+    file_tried_ = true;
     int fd = ::memfd_create("tessarolle-picture", MFD_CLOEXEC);
-    if (fd < 0) return false;
-    void* map = MAP_FAILED;
-    if (WriteAll(fd, buffer_)) map = ::mmap(nullptr, size_, PROT_READ, MAP_SHARED, fd, 0);
-    if (map == MAP_FAILED) {
+    if (fd < 0) return -1;
+    if (!WriteAll(fd, buffer_)) {
         ::close(fd);
-        return false;
+        return -1;
     }
     fd_ = fd;
-    map_ = map;
-    return true;
+    return fd_;
 }
 
 } // namespace tess

@@ -207,6 +207,76 @@ TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
     EXPECT_GE(checked, 10);
 }
 
+template <typename Done>
+bool WaitFor(Done done, std::chrono::milliseconds limit) {
+    const auto end = Steady::now() + limit;
+    while (!done()) {
+        if (Steady::now() > end) return false;
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+// A camera that sends far faster than anybody grabs: the first frame is decoded as it comes,
+// the frames that come while it waits untaken stay compressed, and the one taken is decoded
+// whole.
+TEST(CameraStreams, FramesThatComeWhileOneWaitsAreNotDecoded) {
+    const std::vector<std::uint8_t> red = SolidJpeg(0x0000FF);
+    ServedCamera camera;
+    camera.server.Endless("/cam", kMultipartHead, Part(red));
+    camera.Start();
+    FfmpegCapture capture(ParseCameraUrl(camera.server.Url("/cam")), [] {});
+    ASSERT_TRUE(capture.Connect());
+    ASSERT_TRUE(WaitFor([&] { return capture.FramesReceived() >= 40; }, 10000ms));
+    EXPECT_EQ(capture.FramesDecoded(), 1u);
+    capture.RequestFrame();
+    int taken = 0;
+    ASSERT_TRUE(capture.DeliverFrame([&](const VideoHeader& header) {
+        ++taken;
+        ASSERT_EQ(header.bytes_used, RawFrame::Pitch(96, 3) * 64);
+        const std::uint8_t* middle = header.data + RawFrame::Pitch(96, 3) * 32 + 48 * 3;
+        EXPECT_GE(middle[2], 250);
+        EXPECT_LE(middle[0], 4);
+    }));
+    EXPECT_EQ(taken, 1);
+    // One more may have come and been decoded at once while the grab was out.
+    EXPECT_LE(capture.FramesDecoded(), 3u);
+    EXPECT_GT(capture.FramesReceived(), capture.FramesDecoded() * 10);
+    EXPECT_EQ(capture.StateText(), "receiving frames");
+}
+
+// A kept frame that cannot be decoded is dropped when taken; the grab stays out and the next
+// frame, decoded by the reader as it comes, answers it.
+TEST(CameraStreams, AKeptFrameThatCannotBeDecodedLeavesTheGrabOut) {
+    const std::vector<std::uint8_t> red = SolidJpeg(0x0000FF);
+    std::vector<std::uint8_t> truncated = red;
+    truncated.resize(red.size() / 2);
+    std::string stream = std::string(kMultipartHead) + Part(red);
+    for (int i = 0; i < 8; ++i)
+        stream += Part(truncated);
+    ServedCamera camera;
+    camera.server.Trickle("/cam", stream, stream.size(), 0ms); // then it hangs up
+    camera.Start();
+    FfmpegCapture capture(ParseCameraUrl(camera.server.Url("/cam")), [] {});
+    capture.SetSnapshotInterval(200ms); // asked again soon after the hang-up
+    ASSERT_TRUE(capture.Connect());
+    ASSERT_TRUE(WaitFor([&] { return capture.FramesReceived() >= 8; }, 10000ms));
+    EXPECT_EQ(capture.FramesDecoded(), 1u);
+    capture.RequestFrame();
+    EXPECT_FALSE(capture.DeliverFrame([](const VideoHeader&) { FAIL() << "a broken frame"; }));
+    // The camera is asked again: its first frame, red, answers the grab still out.
+    int taken = 0;
+    EXPECT_TRUE(WaitFor(
+        [&] {
+            return capture.DeliverFrame([&](const VideoHeader& header) {
+                ++taken;
+                EXPECT_GE(header.data[RawFrame::Pitch(96, 3) * 32 + 48 * 3 + 2], 250);
+            });
+        },
+        10000ms));
+    EXPECT_EQ(taken, 1);
+}
+
 // An endless stream of garbage under an MJPEG header: no frame, no crash, and the feed still
 // closes at once.
 TEST(CameraStreams, EndlessGarbageGivesNoFrame) {

@@ -84,5 +84,45 @@ TEST_F(VideoGraphic, NewFramesAreDrawnAtTheNextTickAndOldOnesDimmed) {
     EXPECT_TRUE(Near(PixelOf(1, 12, 12), {0, 255, 0}, 1));
 }
 
+// A frame covering the whole canvas hides its background, which is then not painted at all;
+// once the frame leaves any part uncovered, that part shows the background again, never what
+// an earlier frame left there.
+TEST_F(VideoGraphic, AFrameCoveringTheCanvasAndOneThatNoLongerDoes) {
+    Canvas& canvas = UseCanvas(1, 40, 30, 0x00FF00); // green
+    GraphicItem& item = canvas.AddGraphic(1);
+    item.SetEnabled(true);
+    item.SetSourceType(static_cast<int>(SourceType::VideoFeed));
+    item.SetSourceVideoFeedName("Gate");
+    item.SetInterval(3600);
+    portfolio.VideoFeed(0).SetEnabled(true);
+
+    Offer(0, 0, 255);
+    ASSERT_TRUE(Tick(0.1));
+    ASSERT_TRUE(Tick(0.11));
+    for (int x : {0, 20, 39})
+        for (int y : {0, 15, 29})
+            EXPECT_TRUE(Near(PixelOf(1, x, y), {0, 0, 255}, 1)) << x << "," << y;
+
+    item.SetLocationX(5); // the left five columns uncovered
+    item.SetLocationY(2); // and the top two rows
+    Offer(255, 0, 0);
+    ASSERT_TRUE(Tick(0.2));
+    ASSERT_TRUE(Tick(0.21));
+    EXPECT_TRUE(Near(PixelOf(1, 2, 15), {0, 255, 0}, 1));
+    EXPECT_TRUE(Near(PixelOf(1, 20, 0), {0, 255, 0}, 1));
+    EXPECT_TRUE(Near(PixelOf(1, 20, 15), {255, 0, 0}, 1));
+
+    // Half see-through: the background shows through the frame.
+    item.SetLocationX(0);
+    item.SetLocationY(0);
+    item.SetOpacity(50);
+    Offer(0, 0, 254);
+    ASSERT_TRUE(Tick(0.3));
+    ASSERT_TRUE(Tick(0.31));
+    const auto mixed = PixelOf(1, 20, 15);
+    EXPECT_GT(mixed.g, 60) << int(mixed.g);
+    EXPECT_GT(mixed.r, 60) << int(mixed.r);
+}
+
 } // namespace
 } // namespace tess

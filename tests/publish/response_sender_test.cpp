@@ -98,6 +98,19 @@ TEST(ResponseSender, APictureArrivesWholeAfterTheHeaderThroughAFullSocket) {
     EXPECT_TRUE(pair.received == "HTTP/1.1 200 OK\r\n\r\n" + AsString(bytes));
 }
 
+TEST(ResponseSender, AMemoryOnlyPictureHasNoFileAndArrivesWhole) {
+    std::vector<std::uint8_t> bytes = RandomBytes(200'000);
+    WebReply reply;
+    reply.header = "P\r\n\r\n";
+    reply.picture = std::make_shared<const WebPicture>(bytes, WebPicture::Storage::MemoryOnly);
+    EXPECT_EQ(reply.picture->Fd(), -1);
+    LoopbackPair pair;
+    ResponseSender sender(std::move(reply));
+    int waits = 0;
+    EXPECT_EQ(pair.SendAll(sender, waits), ResponseSender::Step::Done);
+    EXPECT_TRUE(pair.received == "P\r\n\r\n" + AsString(bytes));
+}
+
 TEST(ResponseSender, APictureKeptInMemoryWhenNoFileCanBeMadeIsSentTheSame) {
     std::vector<std::uint8_t> bytes = RandomBytes(100'000);
     // No room for the file: a file size limit stops the write into it part way.
@@ -108,9 +121,9 @@ TEST(ResponseSender, APictureKeptInMemoryWhenNoFileCanBeMadeIsSentTheSame) {
     low.rlim_cur = 4096;
     ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &low), 0);
     auto picture = std::make_shared<const WebPicture>(bytes);
+    EXPECT_EQ(picture->Fd(), -1); // the file is made when first asked for
     ::setrlimit(RLIMIT_FSIZE, &saved);
-
-    EXPECT_EQ(picture->Fd(), -1);
+    EXPECT_EQ(picture->Fd(), -1); // and tried once only
     ASSERT_EQ(picture->size(), bytes.size());
     EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), picture->Bytes().begin()));
     WebReply reply;
