@@ -360,7 +360,8 @@ Variant Interpreter::EvalName(const NameExpr& e) {
         return IndexValue(g.value, e.args, e);
     }
     case Scope::ClassMember: {
-        std::vector<Variant> args = EvalArgs(e.args);
+        ElementLocks locks(*this);
+        std::vector<Variant> args = EvalArgsForScript(e.args, locks.count);
         Variant result;
         if (int code = InvokeClassMember(*frame->me, e.index, InvokeKind::Get, args, result))
             Raise(code);
@@ -457,8 +458,13 @@ Variant Interpreter::InvokeObject(const Variant& in, std::string_view name, cons
 
 Variant Interpreter::EvalMember(const MemberExpr& e, InvokeKind kind) {
     Variant object = Eval(*e.object);
-    if (!object.Deref().IsObject()) RequireObject(*e.object);
-    std::vector<Variant> args = EvalArgs(e.args);
+    const Variant& target = object.Deref();
+    if (!target.IsObject()) RequireObject(*e.object);
+    // A script class's methods take ByRef arguments; host objects take values.
+    ElementLocks locks(*this);
+    std::vector<Variant> args = dynamic_cast<ScriptObject*>(target.object())
+                                    ? EvalArgsForScript(e.args, locks.count)
+                                    : EvalArgs(e.args);
     auto& m = const_cast<MemberExpr&>(e);
     return InvokeObject(object, e.name, m.cache_key, m.cache_id, kind, args);
 }

@@ -122,13 +122,28 @@ private:
     void Store(const Expr& target, Variant value, bool is_set);
     void CatchInStatement(RuntimeError& e, const Stmt& s);
     void CheckCallRoom(std::size_t slots_needed);
+    Variant* ElementToLock(const Expr& e);
+    std::vector<Variant> EvalArgsForScript(const ExprList& args, std::size_t& locked);
+    // Unlocks, when it goes, the arrays locked for the arguments of one call.
+    struct ElementLocks {
+        explicit ElementLocks(Interpreter& in) : in(in) {}
+        ElementLocks(const ElementLocks&) = delete;
+        ElementLocks& operator=(const ElementLocks&) = delete;
+        ~ElementLocks() {
+            if (count) in.UnlockElements(count);
+        }
+        Interpreter& in;
+        std::size_t count = 0;
+    };
 
 public:
     void LeaveCall(Variant* slots, Frame* saved); // the end of a call, however it ends
+    void UnlockElements(std::size_t count);       // the last `count` arrays locked
 
 private:
     std::unordered_map<std::string, int> global_index_;
     std::vector<Variant> stack_;
+    std::vector<ArrayBox*> locked_; // arrays with an element passed ByRef
     std::size_t stack_top_ = 0;
     int call_depth_ = 0;
     bool running_ = false;

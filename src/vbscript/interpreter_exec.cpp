@@ -16,7 +16,8 @@ bool IsReferenceable(const Expr& e) {
            (n.scope == Scope::Local || n.scope == Scope::Field || n.scope == Scope::Global);
 }
 
-// Restores the caller's frame and frees the callee's slots however the call ends.
+// Restores the caller's frame and frees the callee's slots however the call ends, then
+// unlocks the arrays whose elements were passed ByRef.
 struct CallScope {
     CallScope(Interpreter& in, Variant* slots, std::size_t count, Frame* saved)
         : in(in), slots(slots), count(count), saved(saved) {}
@@ -24,11 +25,13 @@ struct CallScope {
         for (std::size_t i = 0; i < count; ++i)
             slots[i].Clear();
         in.LeaveCall(slots, saved);
+        if (locked) in.UnlockElements(locked);
     }
     Interpreter& in;
     Variant* slots;
     std::size_t count;
     Frame* saved;
+    std::size_t locked = 0;
 };
 
 } // namespace
@@ -121,7 +124,10 @@ void Interpreter::AssignValue(const AssignStmt& s, Variant value) {
         Store(*s.target, ValueOf(v), false);
         return;
     }
-    if (v.IsArray() && v.array()->fixed) v = Variant::Array(v.array()->Clone());
+    // A fixed array is copied at once, and so is a locked one, so that a reference into it
+    // never writes through to a second variable.
+    if (v.IsArray() && (v.array()->fixed || v.array()->Locked()))
+        v = Variant::Array(v.array()->Clone());
     Store(*s.target, std::move(v), false);
 }
 
@@ -200,6 +206,9 @@ Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, cons
         const Expr& a = *args[i];
         if (!proc.params[i].by_val && IsReferenceable(a)) {
             slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
+        } else if (Variant* element = proc.params[i].by_val ? nullptr : ElementToLock(a)) {
+            slots[i] = Variant::Reference(element);
+            ++scope.locked;
         } else {
             slots[i].Adopt(Eval(a));
             if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
@@ -209,6 +218,52 @@ Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, cons
     frame = &callee;
     RunBlock(proc.body);
     return std::move(slots[proc.param_count]);
+}
+
+// An array element named as a ByRef argument, "Inc a(1)": the element itself is passed, its
+// array locked until the call ends. nullptr when the argument is no array element.
+Variant* Interpreter::ElementToLock(const Expr& e) {
+    if (e.kind != ExprKind::Name) return nullptr;
+    const auto& n = static_cast<const NameExpr&>(e);
+    if (n.args.empty()) return nullptr;
+    if (n.scope == Scope::Global) {
+        const GlobalEntry& g = *n.global;
+        if (g.proc || g.cls || g.host || (!g.declared && option_explicit)) return nullptr;
+    } else if (n.scope != Scope::Local && n.scope != Scope::Field) {
+        return nullptr;
+    }
+    Variant& holder = VariableOf(n);
+    if (!holder.IsArray()) return nullptr;
+    Variant* element = ElementOf(holder, n.args);
+    ArrayBox* box = holder.array();
+    box->Lock();
+    locked_.push_back(box);
+    return element;
+}
+
+// Arguments for a method of a script class: variables and array elements as references,
+// so that ByRef parameters reach them; anything else as its value.
+std::vector<Variant> Interpreter::EvalArgsForScript(const ExprList& args, std::size_t& locked) {
+    std::vector<Variant> values;
+    values.reserve(args.size() + 1);
+    for (const auto& a : args) {
+        if (IsReferenceable(*a)) {
+            values.push_back(Variant::Reference(&VariableOf(static_cast<const NameExpr&>(*a))));
+        } else if (Variant* element = ElementToLock(*a)) {
+            ++locked;
+            values.push_back(Variant::Reference(element));
+        } else {
+            values.push_back(Eval(*a).Deref());
+        }
+    }
+    return values;
+}
+
+void Interpreter::UnlockElements(std::size_t count) {
+    for (; count > 0; --count) {
+        locked_.back()->Unlock();
+        locked_.pop_back();
+    }
 }
 
 Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
@@ -221,8 +276,9 @@ Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
     stack_top_ = base + count;
     ++call_depth_;
     CallScope scope(*this, slots, count, frame);
+    // A reference among the values (a ByRef argument of a method) stays one.
     for (std::size_t i = 0; i < args.size(); ++i)
-        slots[i] = args[i].Deref();
+        slots[i] = proc.params[i].by_val ? args[i].Deref() : args[i];
     Frame callee{slots, me, &proc, false};
     frame = &callee;
     RunBlock(proc.body);
@@ -341,7 +397,8 @@ void Interpreter::ExecCall(const CallStmt& s) {
             return;
         }
         if (n.scope == Scope::ClassMember) {
-            std::vector<Variant> args = EvalArgs(n.args);
+            ElementLocks locks(*this);
+            std::vector<Variant> args = EvalArgsForScript(n.args, locks.count);
             Variant ignored;
             if (int code = InvokeClassMember(*frame->me, n.index, InvokeKind::Call, args, ignored))
                 Raise(code);
@@ -490,7 +547,7 @@ void Interpreter::ExecDim(const DimStmt& s) {
         Variant& slot = VariableOf(static_cast<const NameExpr&>(*item.target));
         int code = 0;
         if (s.kind == StmtKind::ReDim && slot.IsArray()) {
-            if (slot.array()->fixed) Raise(err::kFixedArray);
+            if (slot.array()->fixed || slot.array()->Locked()) Raise(err::kFixedArray);
             if (s.preserve) {
                 if (slot.array()->Refs() > 1) slot = Variant::Array(slot.array()->Clone());
                 if ((code = slot.array()->Resize(upper, true))) Raise(code);
@@ -507,6 +564,7 @@ void Interpreter::ExecDim(const DimStmt& s) {
 void Interpreter::ExecErase(const EraseStmt& s) {
     Variant& slot = VariableOf(static_cast<const NameExpr&>(*s.target));
     if (!slot.IsArray()) Raise(err::kTypeMismatch);
+    if (slot.array()->Locked()) Raise(err::kFixedArray);
     if (slot.array()->fixed) {
         if (slot.array()->Refs() > 1) {
             ArrayBox* copy = slot.array()->Clone();

@@ -114,6 +114,9 @@ TEST(Engine, CompileErrorsCarryNumberLineAndColumn) {
         {"Loop", err::kExpectedStatement, 1, 1},
         {"Exit Foo", err::kInvalidExit, 1, 6},
         {"Do\nLoop Forever", err::kExpectedEndOfStatement, 2, 6},
+        {"Foo(1, 2)", err::kCantUseParens, 1, 10},
+        {"x = 1\nobj.Run (a, b)\n", err::kCantUseParens, 2, 15},
+        {"If x Then Foo(, 2) Else y = 1", err::kCantUseParens, 1, 20},
     };
     for (const Case& c : cases) {
         Engine engine;
