@@ -280,12 +280,6 @@ Variant Interpreter::EvalBinary(const BinaryExpr& b) {
     return true;
 }
 
-bool Interpreter::Condition(const Expr& e) {
-    bool truth;
-    if (QuickCondition(e, truth)) return truth;
-    return GeneralCondition(e);
-}
-
 bool Interpreter::GeneralCondition(const Expr& e) {
     if (e.kind != ExprKind::Binary) return Truth(Eval(e));
     const auto& b = static_cast<const BinaryExpr&>(e);
@@ -298,11 +292,33 @@ bool Interpreter::GeneralCondition(const Expr& e) {
     return Truth(Comparison(b.op, x, y, b.literal));
 }
 
+// A condition under On Error Resume Next: an error in it resumes at the statement that
+// follows the test, which the caller names by `on_error` (an If's block, a loop's body, or
+// the statement after a loop tested at its end). Without Resume Next the error goes on.
+bool Interpreter::ResumedCondition(const Expr& e, const Stmt& s, bool on_error) {
+    try {
+        return GeneralCondition(e);
+    } catch (RuntimeError& error) {
+        CatchInStatement(error, s);
+        return on_error;
+    }
+}
+
+// Whether a Do loop goes on. A failed test resumes at what follows it: the body when the
+// test is at the top, the statement after the loop when it is at the end.
+bool Interpreter::LoopCondition(const DoStmt& s, bool at_top) {
+    bool truth;
+    if (!QuickCondition(*s.condition, truth))
+        truth = ResumedCondition(*s.condition, s, at_top != s.until);
+    return truth != s.until;
+}
+
 const Block* Interpreter::ChosenBlock(const IfStmt& s) {
     const std::size_t n = s.conditions.size();
     for (std::size_t i = 0; i < n; ++i) {
         bool truth;
-        if (!QuickCondition(*s.conditions[i], truth)) truth = GeneralCondition(*s.conditions[i]);
+        if (!QuickCondition(*s.conditions[i], truth))
+            truth = ResumedCondition(*s.conditions[i], s, true);
         if (truth) return &s.blocks[i];
     }
     if (s.blocks.size() > n) return &s.blocks.back();

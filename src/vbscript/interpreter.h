@@ -88,9 +88,11 @@ private:
     }
     const Variant* PlainOperand(const Expr& e) const;
     const Variant& Operand(const Expr& e, Variant& scratch, bool in_place);
-    bool Condition(const Expr& e);
     bool QuickCondition(const Expr& e, bool& truth) const;
     [[gnu::noinline]] bool GeneralCondition(const Expr& e);
+    [[gnu::noinline]] bool ResumedCondition(const Expr& e, const Stmt& s, bool on_error);
+    bool LoopCondition(const DoStmt& s, bool at_top);
+    Flow RunUnstartedLoop(const Block& body, int error);
     Variant EvalMember(const MemberExpr& e, InvokeKind kind);
     Variant EvalIndex(const IndexExpr& e);
     [[noreturn]] void RequireObject(const Expr& e);
@@ -112,6 +114,7 @@ private:
     Flow ExecIf(const IfStmt& s);
     const Block* ChosenBlock(const IfStmt& s); // nullptr: no branch taken
     Flow ExecSelect(const SelectStmt& s);
+    bool CaseMatches(const CaseItem& item, const Variant& subject);
     Flow ExecFor(const ForStmt& s);
     Flow ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64_t end, const Variant& step);
     Flow ExecForEach(const ForEachStmt& s);

@@ -415,23 +415,36 @@ Flow Interpreter::ExecIf(const IfStmt& s) {
     return chosen ? ExecBlock(*chosen) : Flow::Normal;
 }
 
+bool Interpreter::CaseMatches(const CaseItem& item, const Variant& subject) {
+    const Variant low = Eval(*item.low);
+    const Literal lit = item.low->kind == ExprKind::Constant ? Literal::Right : Literal::None;
+    if (!item.high) return Truth(Comparison(item.is_op, subject, low, lit));
+    const Variant high = Eval(*item.high);
+    const int a = Compare(subject, low, lit);
+    const int b = Compare(subject, high,
+                          item.high->kind == ExprKind::Constant ? Literal::Right : Literal::None);
+    return a != 2 && b != 2 && a >= 0 && b <= 0;
+}
+
+// A For or For Each whose header failed under On Error Resume Next: its body runs once, the
+// counter untouched, and the Next fails with `error`, which resumes after the loop.
+Flow Interpreter::RunUnstartedLoop(const Block& body, int error) {
+    const Flow f = ExecBlock(body);
+    if (f == Flow::ExitFor) return Flow::Normal;
+    if (f != Flow::Normal) return f;
+    Raise(error);
+}
+
 Flow Interpreter::ExecSelect(const SelectStmt& s) {
     const Variant subject = Eval(*s.subject).Deref();
     for (std::size_t c = 0; c < s.cases.size(); ++c) {
         for (const CaseItem& item : s.cases[c]) {
-            const Variant low = Eval(*item.low);
-            const Literal lit =
-                item.low->kind == ExprKind::Constant ? Literal::Right : Literal::None;
             bool match;
-            if (item.high) {
-                const Variant high = Eval(*item.high);
-                const int a = Compare(subject, low, lit);
-                const int b =
-                    Compare(subject, high,
-                            item.high->kind == ExprKind::Constant ? Literal::Right : Literal::None);
-                match = a != 2 && b != 2 && a >= 0 && b <= 0;
-            } else {
-                match = Truth(Comparison(item.is_op, subject, low, lit));
+            try {
+                match = CaseMatches(item, subject);
+            } catch (RuntimeError& e) {
+                CatchInStatement(e, s); // resumed: the Case's block is what follows
+                match = true;
             }
             if (match) return ExecBlock(s.blocks[c]);
         }
@@ -442,11 +455,17 @@ Flow Interpreter::ExecSelect(const SelectStmt& s) {
 
 Flow Interpreter::ExecFor(const ForStmt& s) {
     const auto& var = static_cast<const NameExpr&>(*s.variable);
-    Variant from = Eval(*s.from).Deref();
-    const Variant to = ValueOf(Eval(*s.to));
-    const Variant step = s.step ? ValueOf(Eval(*s.step)) : Variant::Integer(1);
-    from = ValueOf(from);
-    if (from.IsNull() || to.IsNull() || step.IsNull()) Raise(err::kInvalidUseOfNull);
+    Variant from, to, step;
+    try {
+        from = ValueOf(Eval(*s.from).Deref());
+        to = ValueOf(Eval(*s.to));
+        step = s.step ? ValueOf(Eval(*s.step)) : Variant::Integer(1);
+        if (from.IsNull() || to.IsNull() || step.IsNull()) Raise(err::kInvalidUseOfNull);
+    } catch (RuntimeError& e) {
+        CatchInStatement(e, s);
+        from = Variant::Null(); // marks the loop as never started
+    }
+    if (from.IsNull()) return RunUnstartedLoop(s.body, err::kForLoopNotInitialized);
     const double end = ToDouble(to);
     const double increment = ToDouble(step);
     VariableOf(var) = from.IsString() ? Variant::Double(ToDouble(from)) : from;
@@ -506,15 +525,20 @@ Flow Interpreter::ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64
 
 Flow Interpreter::ExecForEach(const ForEachStmt& s) {
     const auto& var = static_cast<const NameExpr&>(*s.variable);
-    const Variant collection = Eval(*s.collection).Deref();
     std::vector<Variant> items;
-    if (collection.IsArray()) {
-        items = collection.array()->items;
-    } else if (collection.IsObject()) {
-        if (!collection.object()) Raise(err::kObjectVariableNotSet);
-        if (!collection.object()->Enumerate(items)) Raise(err::kNoSuchMember);
-    } else {
-        Raise(err::kNotEnumerable);
+    try {
+        const Variant collection = Eval(*s.collection).Deref();
+        if (collection.IsArray()) {
+            items = collection.array()->items;
+        } else if (collection.IsObject()) {
+            if (!collection.object()) Raise(err::kObjectVariableNotSet);
+            if (!collection.object()->Enumerate(items)) Raise(err::kNoSuchMember);
+        } else {
+            Raise(err::kNotEnumerable);
+        }
+    } catch (RuntimeError& e) {
+        CatchInStatement(e, s);
+        return RunUnstartedLoop(s.body, err::kNotEnumerable);
     }
     for (Variant& item : items) {
         VariableOf(var) = std::move(item);
@@ -528,12 +552,12 @@ Flow Interpreter::ExecForEach(const ForEachStmt& s) {
 
 Flow Interpreter::ExecDo(const DoStmt& s) {
     for (;;) {
-        if (s.condition && s.test_first && Condition(*s.condition) == s.until) break;
+        if (s.condition && s.test_first && !LoopCondition(s, true)) break;
         const Flow f = ExecBlock(s.body);
         if (f == Flow::ExitDo) break;
         if (f != Flow::Normal) return f;
         if (--tick_ <= 0) Tick();
-        if (s.condition && !s.test_first && Condition(*s.condition) == s.until) break;
+        if (s.condition && !s.test_first && !LoopCondition(s, false)) break;
     }
     return Flow::Normal;
 }
@@ -579,8 +603,15 @@ void Interpreter::ExecErase(const EraseStmt& s) {
 }
 
 Flow Interpreter::ExecWith(const WithStmt& s) {
-    Variant object = Eval(*s.object).Deref();
-    if (!object.IsObject()) Raise(err::kObjectRequired);
+    Variant object;
+    try {
+        object = Eval(*s.object).Deref();
+        if (!object.IsObject()) Raise(err::kObjectRequired);
+    } catch (RuntimeError& e) {
+        // Resumed: the body runs, and each use of the missing object fails in turn.
+        CatchInStatement(e, s);
+        object = Variant();
+    }
     Variant& holder = VariableOf(static_cast<const NameExpr&>(*s.holder));
     holder = std::move(object);
     const Flow f = ExecBlock(s.body);
