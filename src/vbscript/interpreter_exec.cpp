@@ -206,7 +206,9 @@ Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, cons
         const Expr& a = *args[i];
         if (!proc.params[i].by_val && IsReferenceable(a)) {
             slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
-        } else if (Variant* element = proc.params[i].by_val ? nullptr : ElementToLock(a)) {
+        } else if (Variant* element = proc.params[i].by_val || a.kind != ExprKind::Name
+                                          ? nullptr
+                                          : ElementToLock(a)) {
             slots[i] = Variant::Reference(element);
             ++scope.locked;
         } else {

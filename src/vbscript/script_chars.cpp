@@ -89,10 +89,6 @@ constexpr char32_t kCodePageHigh[32] = {
 
 } // namespace
 
-bool IsAscii(std::string_view text) {
-    return AsciiRun(text, 0) == text.size();
-}
-
 ScriptChar CharAt(std::string_view text, std::size_t pos) {
     const auto at = [&](std::size_t i) {
         return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
@@ -130,7 +126,7 @@ ScriptChar CharAt(std::string_view text, std::size_t pos) {
     return {code, static_cast<std::uint8_t>(size), true};
 }
 
-std::size_t CountChars(std::string_view text) {
+std::size_t CountNonAsciiChars(std::string_view text) {
     std::size_t count = 0, pos = 0;
     while (pos < text.size()) {
         const std::size_t run = AsciiRun(text, pos);

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -14,7 +15,27 @@ namespace tess::vbs {
 
 inline constexpr std::size_t kNoChar = std::string_view::npos;
 
-bool IsAscii(std::string_view text);
+// Every byte below 0x80. Whole words are or-ed together without an early exit, which the
+// compiler turns into vector code; the short texts scripts mostly handle cost a few loads.
+inline bool IsAscii(std::string_view text) {
+    const char* p = text.data();
+    const std::size_t n = text.size();
+    std::uint64_t bits = 0;
+    if (n >= 8) {
+        for (std::size_t i = 0; i + 8 <= n; i += 8) {
+            std::uint64_t word;
+            std::memcpy(&word, p + i, 8);
+            bits |= word;
+        }
+        std::uint64_t last; // the tail, read as the last eight bytes
+        std::memcpy(&last, p + n - 8, 8);
+        bits |= last;
+    } else {
+        for (std::size_t i = 0; i < n; ++i)
+            bits |= static_cast<unsigned char>(p[i]);
+    }
+    return (bits & 0x8080808080808080ull) == 0;
+}
 
 struct ScriptChar {
     char32_t code = 0;     // the code point, or the byte itself when not valid UTF-8
@@ -23,7 +44,10 @@ struct ScriptChar {
 };
 ScriptChar CharAt(std::string_view text, std::size_t pos);
 
-std::size_t CountChars(std::string_view text);
+std::size_t CountNonAsciiChars(std::string_view text);
+inline std::size_t CountChars(std::string_view text) {
+    return IsAscii(text) ? text.size() : CountNonAsciiChars(text);
+}
 // The byte offset just after the first `chars` characters: text.size() when the text has
 // exactly that many, kNoChar when it has fewer.
 std::size_t CharsToBytes(std::string_view text, std::size_t chars);
