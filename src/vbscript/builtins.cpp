@@ -68,16 +68,17 @@ std::size_t Count(const Variant& v) {
     if (n < 0) Raise(err::kIllegalCall);
     return static_cast<std::size_t>(n);
 }
+// The counts are checked before a Null text gives Null, as the language does.
 Variant Left(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
     const std::size_t n = Count(a[1]);
+    if (a[0].IsNull()) return Variant::Null();
     std::string scratch;
     const std::string_view s = View(a[0], scratch);
     return Str(std::string(s.substr(0, CharsToBytes(s, n))));
 }
 Variant Right(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
     const std::size_t n = Count(a[1]);
+    if (a[0].IsNull()) return Variant::Null();
     std::string scratch;
     const std::string_view s = View(a[0], scratch);
     if (n >= s.size()) return Str(std::string(s));
@@ -88,10 +89,11 @@ Variant Right(Interpreter&, Args a) {
     return Str(std::string(s.substr(CharsToBytes(s, total - n))));
 }
 Variant Mid(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
     const long start = L(a[1]);
-    if (start < 1) Raise(err::kIllegalCall);
-    const std::size_t n = Missing(a, 2) ? kNoChar : Count(a[2]);
+    const long length = Missing(a, 2) ? -1 : L(a[2]);
+    if (start < 1 || (!Missing(a, 2) && length < 0)) Raise(err::kIllegalCall);
+    if (a[0].IsNull()) return Variant::Null();
+    const std::size_t n = Missing(a, 2) ? kNoChar : static_cast<std::size_t>(length);
     std::string scratch;
     const std::string_view s = View(a[0], scratch);
     const std::size_t from = CharsToBytes(s, static_cast<std::size_t>(start) - 1);
@@ -99,8 +101,12 @@ Variant Mid(Interpreter&, Args a) {
     const std::string_view rest = s.substr(from);
     return Str(std::string(n == kNoChar ? rest : rest.substr(0, CharsToBytes(rest, n))));
 }
-int CompareMode(Args a, std::size_t i) {
-    return Missing(a, i) ? 0 : static_cast<int>(L(a[i]));
+// The compare argument: vbBinaryCompare (0, the default) or vbTextCompare (1).
+bool TextMode(Args a, std::size_t i) {
+    if (Missing(a, i)) return false;
+    const long mode = L(a[i]);
+    if (mode != 0 && mode != 1) Raise(err::kIllegalCall);
+    return mode == 1;
 }
 // Repeated searches of one text: in text mode both sides are lower-cased once, not per hit.
 // Lower-casing keeps byte lengths, so offsets found hold in the original text.
@@ -132,40 +138,44 @@ Variant InStr(Interpreter&, Args a) {
         i = 1;
     }
     if (start < 1) Raise(err::kIllegalCall);
+    const bool text = TextMode(a, i + 2);
     if (a[i].IsNull() || a[i + 1].IsNull()) return Variant::Null();
     std::string hay_scratch, needle_scratch;
     const std::string_view hay = View(a[i], hay_scratch), needle = View(a[i + 1], needle_scratch);
     const std::size_t from = CharsToBytes(hay, static_cast<std::size_t>(start) - 1);
     if (from == kNoChar || from == hay.size()) return Variant::Long(0);
     if (needle.empty()) return Variant::Long(start);
-    const Search search(hay, needle, CompareMode(a, i + 2) == 1);
+    const Search search(hay, needle, text);
     const std::size_t p = search.From(from);
     if (p == std::string::npos) return Variant::Long(0);
     return Variant::Long(static_cast<std::int32_t>(BytesToChars(hay, p) + 1));
 }
+// Unlike InStr, InStrRev and Replace refuse a Null text with error 94.
 Variant InStrRev(Interpreter&, Args a) {
-    if (a[0].IsNull() || a[1].IsNull()) return Variant::Null();
+    if (a[0].IsNull() || a[1].IsNull()) Raise(err::kInvalidUseOfNull);
     std::string hay_scratch, needle_scratch;
     const std::string_view hay = View(a[0], hay_scratch), needle = View(a[1], needle_scratch);
     long start = Missing(a, 2) ? -1 : L(a[2]);
+    const bool text = TextMode(a, 3);
     if (start == 0 || start < -1) Raise(err::kIllegalCall);
     if (start == -1) start = static_cast<long>(CountChars(hay));
     const std::size_t end = CharsToBytes(hay, static_cast<std::size_t>(start));
     if (end == kNoChar) return Variant::Long(0);
     if (needle.empty()) return Variant::Long(start);
-    const Search search(hay, needle, CompareMode(a, 3) == 1);
+    const Search search(hay, needle, text);
     const std::size_t p = search.LastBefore(end);
     if (p == std::string::npos) return Variant::Long(0);
     return Variant::Long(static_cast<std::int32_t>(BytesToChars(hay, p) + 1));
 }
 Variant Replace(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (a[i].IsNull()) Raise(err::kInvalidUseOfNull);
     std::string s_scratch, find_scratch, with_scratch;
     const std::string_view s = View(a[0], s_scratch), find = View(a[1], find_scratch),
                            with = View(a[2], with_scratch);
     const long start = Missing(a, 3) ? 1 : L(a[3]);
     long count = Missing(a, 4) ? -1 : L(a[4]);
-    const bool text = CompareMode(a, 5) == 1;
+    const bool text = TextMode(a, 5);
     if (start < 1 || count < -1) Raise(err::kIllegalCall);
     const std::size_t from = CharsToBytes(s, static_cast<std::size_t>(start) - 1);
     if (from == kNoChar) return Str("");
@@ -199,7 +209,8 @@ Variant SplitFn(Interpreter&, Args a) {
     const std::string_view s = View(a[0], s_scratch);
     const std::string_view delim = Missing(a, 1) ? delim_scratch : View(a[1], delim_scratch);
     long limit = Missing(a, 2) ? -1 : L(a[2]);
-    const bool text = CompareMode(a, 3) == 1;
+    const bool text = TextMode(a, 3);
+    if (limit < -1) Raise(err::kIllegalCall);
     std::vector<Variant> parts;
     if (s.empty()) return MakeArray({});
     if (delim.empty()) return MakeArray({Str(std::string(s))});
@@ -283,8 +294,7 @@ Variant StringFn(Interpreter&, Args a) {
 }
 Variant StrComp(Interpreter&, Args a) {
     if (a[0].IsNull() || a[1].IsNull()) return Variant::Null();
-    return Variant::Integer(
-        Compare(Str(S(a[0])), Str(S(a[1])), Literal::None, CompareMode(a, 2) == 1));
+    return Variant::Integer(Compare(Str(S(a[0])), Str(S(a[1])), Literal::None, TextMode(a, 2)));
 }
 Variant StrReverse(Interpreter&, Args a) {
     return Str(ReverseChars(S(a[0])));
@@ -814,7 +824,7 @@ Variant Filter(Interpreter&, Args a) {
     const ArrayBox& box = ArrayArg(a[0]);
     const std::string match = S(a[1]);
     const bool include = Missing(a, 2) || ToBool(a[2]);
-    const bool text = CompareMode(a, 3) == 1;
+    const bool text = TextMode(a, 3);
     std::vector<Variant> out;
     for (const Variant& v : box.items) {
         const std::string s = S(v);

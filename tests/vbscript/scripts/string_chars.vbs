@@ -107,6 +107,23 @@ Check "Chr 256 error", Err.Number, 5
 Err.Clear
 bad = Asc("")
 Check "Asc empty error", Err.Number, 5
+
+' Argument checks come before a Null text gives Null; InStrRev and Replace refuse Null; a
+' compare argument other than 0 or 1 is error 5.
+Sub Expect(label, code)
+    Check label, Err.Number, code
+    Err.Clear
+End Sub
+bad = Mid(Null, -1, -1) : Expect "Mid Null start", 5
+bad = Mid("test", 0, Null) : Expect "Mid Null length", 94
+bad = Right(Null, -1) : Expect "Right Null count", 5
+bad = Right("test", Null) : Expect "Right count Null", 94
+Check "Left of Null", IsNull(Left(Null, 2)), True
+bad = InStrRev(Null, "a") : Expect "InStrRev Null", 94
+bad = Replace("xx", "x", Null) : Expect "Replace Null", 94
+bad = InStr(2, "abcd", "abcd", 10) : Expect "InStr compare 10", 5
+bad = Split("a-b", "-", -42) : Expect "Split limit", 5
+Check "InStr Null text", IsNull(InStr(2, Null, "abcd")), True
 On Error GoTo 0
 
 ' A character past the Basic Multilingual Plane counts one here (two in Windows' VBScript,
