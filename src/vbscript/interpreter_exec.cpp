@@ -9,11 +9,14 @@ namespace tess::vbs {
 
 namespace {
 
+// A plain variable, which a ByRef argument passes itself; a global naming a procedure, a
+// class or a host member is a value (a Function named alone is called).
 bool IsReferenceable(const Expr& e) {
     if (e.kind != ExprKind::Name) return false;
     const auto& n = static_cast<const NameExpr&>(e);
-    return n.args.empty() && !n.parens &&
-           (n.scope == Scope::Local || n.scope == Scope::Field || n.scope == Scope::Global);
+    if (!n.args.empty() || n.parens) return false;
+    if (n.scope == Scope::Global) return !n.global->proc && !n.global->cls && !n.global->host;
+    return n.scope == Scope::Local || n.scope == Scope::Field;
 }
 
 // Restores the caller's frame and frees the callee's slots however the call ends, then

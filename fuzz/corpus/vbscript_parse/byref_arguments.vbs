@@ -153,3 +153,13 @@ b.Bump a(0)
 Check "method with an element", a(0), 3
 b.BumpOwn
 Check "elements of the object's own array", b.Items(0) & " " & b.Items(1), "11 21"
+
+' A Function named alone as an argument is called and its result passed.
+Function Five()
+    Five = 5
+End Function
+Function Echo(x)
+    Echo = x
+End Function
+Check "Function as an argument", Echo(Five), 5
+Check "Function as a method argument", b.Twice(Five), 7
