@@ -299,6 +299,11 @@ bool Interpreter::ResumedCondition(const Expr& e, const Stmt& s, bool on_error) 
     try {
         return GeneralCondition(e);
     } catch (RuntimeError& error) {
+        if (error.line == 0 && e.line != s.line) {
+            // An ElseIf or a Loop While on a line of its own reports that line.
+            error.line = e.line;
+            error.column = e.column;
+        }
         CatchInStatement(error, s);
         return on_error;
     }

@@ -146,6 +146,15 @@ TEST(Engine, RuntimeErrorsCarryNumberLineAndColumn) {
     EXPECT_FALSE(third.AddCode("Option Explicit\nDim a\na = b\n"));
     EXPECT_EQ(third.LastError().number, err::kUndefinedVariable);
     EXPECT_EQ(third.LastError().line, 3);
+    // A failed ElseIf or Loop Until reports its own line, not the line the block starts on.
+    Engine fourth;
+    EXPECT_FALSE(
+        fourth.AddCode("x = 1\nIf x = 2 Then\n  x = 3\nElseIf 1 / 0 Then\n  x = 4\nEnd If\n"));
+    EXPECT_EQ(fourth.LastError().number, err::kDivisionByZero);
+    EXPECT_EQ(fourth.LastError().line, 4);
+    Engine fifth;
+    EXPECT_FALSE(fifth.AddCode("Do\n  x = x + 1\nLoop Until x / 0\n"));
+    EXPECT_EQ(fifth.LastError().line, 3);
 }
 
 TEST(Engine, TimeBudgetEndsEndlessLoopsEvenUnderResumeNext) {
