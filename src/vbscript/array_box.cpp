@@ -70,4 +70,12 @@ int ArrayBox::Resize(const std::vector<int>& upper, bool preserve) {
     return 0;
 }
 
+void ArrayBox::Unlock() {
+    if (--locks_ == 0 && refs_ == 0) delete this;
+}
+
+void ArrayBox::LastRelease() {
+    if (locks_ == 0) delete this;
+}
+
 } // namespace tess::vbs

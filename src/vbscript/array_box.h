@@ -31,9 +31,16 @@ public:
 
     std::vector<Variant> items;
     bool fixed = false; // declared with Dim a(n): ReDim refuses it
+    // While an element is passed ByRef the array is locked: ReDim and Erase refuse it, and the
+    // storage outlives its last variable, so the reference never dangles.
+    void Lock() { ++locks_; }
+    void Unlock();
+    bool Locked() const { return locks_ > 0; }
 
 private:
+    void LastRelease() override;
     std::vector<int> upper_;
+    int locks_ = 0;
 };
 
 } // namespace tess::vbs

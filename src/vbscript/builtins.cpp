@@ -8,6 +8,7 @@
 #include "vbscript/coerce.h"
 #include "vbscript/interpreter.h"
 #include "vbscript/limits.h"
+#include "vbscript/script_chars.h"
 
 #include <algorithm>
 #include <chrono>
@@ -43,62 +44,85 @@ Variant Bool(bool b) {
     return Variant::Boolean(b);
 }
 
-std::string CheckedRepeat(long count, char c) {
+std::string CheckedRepeat(long count, std::string_view unit) {
     if (count < 0) Raise(err::kIllegalCall);
-    if (static_cast<std::size_t>(count) > kMaxStringBytes) Raise(err::kOutOfStringSpace);
-    return std::string(static_cast<std::size_t>(count), c);
+    if (static_cast<std::size_t>(count) > kMaxStringBytes / std::max<std::size_t>(unit.size(), 1))
+        Raise(err::kOutOfStringSpace);
+    if (unit.size() == 1) return std::string(static_cast<std::size_t>(count), unit[0]);
+    std::string out;
+    out.reserve(static_cast<std::size_t>(count) * unit.size());
+    for (long i = 0; i < count; ++i)
+        out += unit;
+    return out;
 }
 
-// ---- strings
+// ---- strings: lengths and positions count characters, not bytes
 Variant Len(Interpreter&, Args a) {
     if (a[0].IsNull()) return Variant::Null();
     std::string scratch;
-    return Variant::Long(static_cast<std::int32_t>(View(a[0], scratch).size()));
+    return Variant::Long(static_cast<std::int32_t>(CountChars(View(a[0], scratch))));
 }
-Variant Left(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
-    const long n = L(a[1]);
+// A count argument of Left, Right and Mid.
+std::size_t Count(const Variant& v) {
+    const long n = L(v);
     if (n < 0) Raise(err::kIllegalCall);
-    return Str(S(a[0]).substr(0, static_cast<std::size_t>(n)));
+    return static_cast<std::size_t>(n);
+}
+// The counts are checked before a Null text gives Null, as the language does.
+Variant Left(Interpreter&, Args a) {
+    const std::size_t n = Count(a[1]);
+    if (a[0].IsNull()) return Variant::Null();
+    std::string scratch;
+    const std::string_view s = View(a[0], scratch);
+    return Str(std::string(s.substr(0, CharsToBytes(s, n))));
 }
 Variant Right(Interpreter&, Args a) {
+    const std::size_t n = Count(a[1]);
     if (a[0].IsNull()) return Variant::Null();
-    const long n = L(a[1]);
-    if (n < 0) Raise(err::kIllegalCall);
-    std::string s = S(a[0]);
-    return Str(static_cast<std::size_t>(n) >= s.size() ? s : s.substr(s.size() - n));
+    std::string scratch;
+    const std::string_view s = View(a[0], scratch);
+    if (n >= s.size()) return Str(std::string(s));
+    // The last n bytes, when plain ASCII, are the last n characters.
+    if (IsAscii(s.substr(s.size() - n))) return Str(std::string(s.substr(s.size() - n)));
+    const std::size_t total = CountChars(s);
+    if (n >= total) return Str(std::string(s));
+    return Str(std::string(s.substr(CharsToBytes(s, total - n))));
 }
 Variant Mid(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
     const long start = L(a[1]);
-    if (start < 1) Raise(err::kIllegalCall);
-    std::string s = S(a[0]);
-    if (static_cast<std::size_t>(start) > s.size()) return Str("");
-    if (Missing(a, 2)) return Str(s.substr(start - 1));
-    const long n = L(a[2]);
-    if (n < 0) Raise(err::kIllegalCall);
-    return Str(s.substr(start - 1, static_cast<std::size_t>(n)));
+    const long length = Missing(a, 2) ? -1 : L(a[2]);
+    if (start < 1 || (!Missing(a, 2) && length < 0)) Raise(err::kIllegalCall);
+    if (a[0].IsNull()) return Variant::Null();
+    const std::size_t n = Missing(a, 2) ? kNoChar : static_cast<std::size_t>(length);
+    std::string scratch;
+    const std::string_view s = View(a[0], scratch);
+    const std::size_t from = CharsToBytes(s, static_cast<std::size_t>(start) - 1);
+    if (from == kNoChar) return Str("");
+    const std::string_view rest = s.substr(from);
+    return Str(std::string(n == kNoChar ? rest : rest.substr(0, CharsToBytes(rest, n))));
 }
-int CompareMode(Args a, std::size_t i) {
-    return Missing(a, i) ? 0 : static_cast<int>(L(a[i]));
-}
-std::size_t Find(std::string_view hay, std::string_view needle, std::size_t from, bool text) {
-    if (!text) return hay.find(needle, from);
-    return ToLowerAscii(hay).find(ToLowerAscii(needle), from);
+// The compare argument: vbBinaryCompare (0, the default) or vbTextCompare (1).
+bool TextMode(Args a, std::size_t i) {
+    if (Missing(a, i)) return false;
+    const long mode = L(a[i]);
+    if (mode != 0 && mode != 1) Raise(err::kIllegalCall);
+    return mode == 1;
 }
 // Repeated searches of one text: in text mode both sides are lower-cased once, not per hit.
+// Lower-casing keeps byte lengths, so offsets found hold in the original text.
 class Search {
 public:
     Search(std::string_view hay, std::string_view needle, bool text) : hay_(hay), needle_(needle) {
         if (!text) return;
-        lower_hay_ = ToLowerAscii(hay);
-        lower_needle_ = ToLowerAscii(needle);
+        lower_hay_ = ToLowerText(hay);
+        lower_needle_ = ToLowerText(needle);
         hay_ = lower_hay_;
         needle_ = lower_needle_;
     }
     Search(const Search&) = delete;
     Search& operator=(const Search&) = delete;
-    std::size_t From(std::size_t pos) const { return hay_.find(needle_, pos); }
+    std::size_t From(std::size_t pos) const { return FindChars(hay_, needle_, pos); }
+    std::size_t LastBefore(std::size_t end) const { return FindLastChars(hay_, needle_, end); }
 
 private:
     std::string lower_hay_, lower_needle_;
@@ -114,41 +138,48 @@ Variant InStr(Interpreter&, Args a) {
         i = 1;
     }
     if (start < 1) Raise(err::kIllegalCall);
+    const bool text = TextMode(a, i + 2);
     if (a[i].IsNull() || a[i + 1].IsNull()) return Variant::Null();
     std::string hay_scratch, needle_scratch;
     const std::string_view hay = View(a[i], hay_scratch), needle = View(a[i + 1], needle_scratch);
-    if (static_cast<std::size_t>(start) > hay.size()) return Variant::Long(0);
+    const std::size_t from = CharsToBytes(hay, static_cast<std::size_t>(start) - 1);
+    if (from == kNoChar || from == hay.size()) return Variant::Long(0);
     if (needle.empty()) return Variant::Long(start);
-    const std::size_t p = Find(hay, needle, start - 1, CompareMode(a, i + 2) == 1);
-    return Variant::Long(p == std::string::npos ? 0 : static_cast<std::int32_t>(p + 1));
+    const Search search(hay, needle, text);
+    const std::size_t p = search.From(from);
+    if (p == std::string::npos) return Variant::Long(0);
+    return Variant::Long(static_cast<std::int32_t>(BytesToChars(hay, p) + 1));
 }
+// Unlike InStr, InStrRev and Replace refuse a Null text with error 94.
 Variant InStrRev(Interpreter&, Args a) {
-    if (a[0].IsNull() || a[1].IsNull()) return Variant::Null();
-    std::string hay = S(a[0]), needle = S(a[1]);
+    if (a[0].IsNull() || a[1].IsNull()) Raise(err::kInvalidUseOfNull);
+    std::string hay_scratch, needle_scratch;
+    const std::string_view hay = View(a[0], hay_scratch), needle = View(a[1], needle_scratch);
     long start = Missing(a, 2) ? -1 : L(a[2]);
+    const bool text = TextMode(a, 3);
     if (start == 0 || start < -1) Raise(err::kIllegalCall);
-    if (CompareMode(a, 3) == 1) {
-        hay = ToLowerAscii(hay);
-        needle = ToLowerAscii(needle);
-    }
-    if (start == -1) start = static_cast<long>(hay.size());
-    if (static_cast<std::size_t>(start) > hay.size()) return Variant::Long(0);
+    if (start == -1) start = static_cast<long>(CountChars(hay));
+    const std::size_t end = CharsToBytes(hay, static_cast<std::size_t>(start));
+    if (end == kNoChar) return Variant::Long(0);
     if (needle.empty()) return Variant::Long(start);
-    if (needle.size() > static_cast<std::size_t>(start)) return Variant::Long(0);
-    const std::size_t p = hay.rfind(needle, start - needle.size());
-    return Variant::Long(p == std::string::npos ? 0 : static_cast<std::int32_t>(p + 1));
+    const Search search(hay, needle, text);
+    const std::size_t p = search.LastBefore(end);
+    if (p == std::string::npos) return Variant::Long(0);
+    return Variant::Long(static_cast<std::int32_t>(BytesToChars(hay, p) + 1));
 }
 Variant Replace(Interpreter&, Args a) {
-    if (a[0].IsNull()) return Variant::Null();
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (a[i].IsNull()) Raise(err::kInvalidUseOfNull);
     std::string s_scratch, find_scratch, with_scratch;
     const std::string_view s = View(a[0], s_scratch), find = View(a[1], find_scratch),
                            with = View(a[2], with_scratch);
     const long start = Missing(a, 3) ? 1 : L(a[3]);
     long count = Missing(a, 4) ? -1 : L(a[4]);
-    const bool text = CompareMode(a, 5) == 1;
+    const bool text = TextMode(a, 5);
     if (start < 1 || count < -1) Raise(err::kIllegalCall);
-    if (static_cast<std::size_t>(start) > s.size()) return Str("");
-    const std::string_view src = s.substr(start - 1);
+    const std::size_t from = CharsToBytes(s, static_cast<std::size_t>(start) - 1);
+    if (from == kNoChar) return Str("");
+    const std::string_view src = s.substr(from);
     if (find.empty() || count == 0) return Str(std::string(src));
     const Search search(src, find, text);
     std::string out;
@@ -178,7 +209,8 @@ Variant SplitFn(Interpreter&, Args a) {
     const std::string_view s = View(a[0], s_scratch);
     const std::string_view delim = Missing(a, 1) ? delim_scratch : View(a[1], delim_scratch);
     long limit = Missing(a, 2) ? -1 : L(a[2]);
-    const bool text = CompareMode(a, 3) == 1;
+    const bool text = TextMode(a, 3);
+    if (limit < -1) Raise(err::kIllegalCall);
     std::vector<Variant> parts;
     if (s.empty()) return MakeArray({});
     if (delim.empty()) return MakeArray({Str(std::string(s))});
@@ -215,10 +247,10 @@ Variant Join(Interpreter&, Args a) {
     return Str(std::move(out));
 }
 Variant UCase(Interpreter&, Args a) {
-    return a[0].IsNull() ? Variant::Null() : Str(ToUpperAscii(S(a[0])));
+    return a[0].IsNull() ? Variant::Null() : Str(ToUpperText(S(a[0])));
 }
 Variant LCase(Interpreter&, Args a) {
-    return a[0].IsNull() ? Variant::Null() : Str(ToLowerAscii(S(a[0])));
+    return a[0].IsNull() ? Variant::Null() : Str(ToLowerText(S(a[0])));
 }
 std::string TrimSpaces(const std::string& s, bool left, bool right) {
     std::size_t b = 0, e = s.size();
@@ -240,51 +272,70 @@ Variant RTrim(Interpreter&, Args a) {
     return a[0].IsNull() ? Variant::Null() : Str(TrimSpaces(S(a[0]), false, true));
 }
 Variant Space(Interpreter&, Args a) {
-    return Str(CheckedRepeat(L(a[0]), ' '));
+    return Str(CheckedRepeat(L(a[0]), " "));
+}
+// The character of a code-page number, as UTF-8.
+std::string CodePageChar(long code) {
+    std::string out;
+    AppendUtf8(out, FromCodePage(static_cast<std::uint8_t>(code)));
+    return out;
 }
 Variant StringFn(Interpreter&, Args a) {
     if (a[1].IsNull()) return Variant::Null();
-    const char c = a[1].IsString()
-                       ? (S(a[1]).empty() ? (Raise(err::kIllegalCall), ' ') : S(a[1])[0])
-                       : static_cast<char>(L(a[1]) & 0xFF);
-    return Str(CheckedRepeat(L(a[0]), c));
+    std::string unit;
+    if (a[1].IsString()) {
+        const std::string& s = a[1].text();
+        if (s.empty()) Raise(err::kIllegalCall);
+        unit = s.substr(0, CharAt(s, 0).size);
+    } else {
+        unit = CodePageChar(L(a[1]) & 0xFF); // numbers past 255 are taken modulo 256
+    }
+    return Str(CheckedRepeat(L(a[0]), unit));
 }
 Variant StrComp(Interpreter&, Args a) {
     if (a[0].IsNull() || a[1].IsNull()) return Variant::Null();
-    return Variant::Integer(
-        Compare(Str(S(a[0])), Str(S(a[1])), Literal::None, CompareMode(a, 2) == 1));
+    return Variant::Integer(Compare(Str(S(a[0])), Str(S(a[1])), Literal::None, TextMode(a, 2)));
 }
 Variant StrReverse(Interpreter&, Args a) {
-    std::string s = S(a[0]);
-    std::reverse(s.begin(), s.end());
-    return Str(std::move(s));
+    return Str(ReverseChars(S(a[0])));
+}
+// The first character of a text, error 5 when it is empty.
+ScriptChar FirstChar(const Variant& v, std::string& scratch) {
+    const std::string_view s = View(v, scratch);
+    if (s.empty()) Raise(err::kIllegalCall);
+    return CharAt(s, 0);
 }
 Variant Asc(Interpreter&, Args a) {
-    const std::string s = S(a[0]);
+    std::string scratch;
+    const ScriptChar c = FirstChar(a[0], scratch);
+    // A byte that is not UTF-8 is read as a code-page byte already.
+    return Variant::Integer(c.valid ? ToCodePage(c.code) : static_cast<int>(c.code));
+}
+Variant AscW(Interpreter&, Args a) {
+    std::string scratch;
+    const ScriptChar c = FirstChar(a[0], scratch);
+    char32_t code = c.valid ? c.code : FromCodePage(static_cast<std::uint8_t>(c.code));
+    // Past the Basic Multilingual Plane the language sees the first half of a surrogate pair.
+    if (code > 0xFFFF) code = 0xD800 + ((code - 0x10000) >> 10);
+    return Variant::Integer(static_cast<std::int16_t>(static_cast<std::uint16_t>(code)));
+}
+Variant AscB(Interpreter&, Args a) {
+    std::string scratch;
+    const std::string_view s = View(a[0], scratch);
     if (s.empty()) Raise(err::kIllegalCall);
     return Variant::Integer(static_cast<unsigned char>(s[0]));
 }
 Variant Chr(Interpreter&, Args a) {
     const long c = L(a[0]);
     if (c < 0 || c > 255) Raise(err::kIllegalCall);
-    return Str(std::string(1, static_cast<char>(c)));
+    return Str(CodePageChar(c));
 }
 Variant ChrW(Interpreter&, Args a) {
     const long c = L(a[0]);
     if (c < -32768 || c > 65535) Raise(err::kIllegalCall);
-    const unsigned u = static_cast<unsigned>(c) & 0xFFFF;
     std::string out;
-    if (u < 0x80)
-        out += static_cast<char>(u);
-    else if (u < 0x800) {
-        out += static_cast<char>(0xC0 | (u >> 6));
-        out += static_cast<char>(0x80 | (u & 0x3F));
-    } else {
-        out += static_cast<char>(0xE0 | (u >> 12));
-        out += static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (u & 0x3F));
-    }
-    return Str(out);
+    AppendUtf8(out, static_cast<char32_t>(static_cast<unsigned>(c) & 0xFFFF));
+    return Str(std::move(out));
 }
 Variant Radix(Args a, int base) {
     if (a[0].IsNull()) return Variant::Null();
@@ -773,11 +824,12 @@ Variant Filter(Interpreter&, Args a) {
     const ArrayBox& box = ArrayArg(a[0]);
     const std::string match = S(a[1]);
     const bool include = Missing(a, 2) || ToBool(a[2]);
-    const bool text = CompareMode(a, 3) == 1;
+    const bool text = TextMode(a, 3);
     std::vector<Variant> out;
     for (const Variant& v : box.items) {
         const std::string s = S(v);
-        if ((Find(s, match, 0, text) != std::string::npos) == include) out.push_back(Str(s));
+        const Search search(s, match, text);
+        if ((search.From(0) != std::string::npos) == include) out.push_back(Str(s));
     }
     return MakeArray(std::move(out));
 }
@@ -819,8 +871,8 @@ constexpr Builtin kBuiltins[] = {
     {"StrComp", 2, 3, StrComp},
     {"StrReverse", 1, 1, StrReverse},
     {"Asc", 1, 1, Asc},
-    {"AscW", 1, 1, Asc},
-    {"AscB", 1, 1, Asc},
+    {"AscW", 1, 1, AscW},
+    {"AscB", 1, 1, AscB},
     {"Chr", 1, 1, Chr},
     {"ChrW", 1, 1, ChrW},
     {"Hex", 1, 1, Hex},

@@ -6,6 +6,7 @@
 #include "vbscript/errors.h"
 #include "vbscript/file_system_object.h"
 #include "vbscript/interpreter.h"
+#include "vbscript/script_chars.h"
 
 #include <fmt/format.h>
 
@@ -60,7 +61,7 @@ bool Dictionary::Enumerate(std::vector<Variant>& items) {
 std::string Dictionary::KeyOf(const Variant& in) const {
     const Variant& key = in.Deref();
     if (key.IsObject()) return fmt::format("o{}", static_cast<const void*>(key.object()));
-    if (key.IsString()) return "s" + (compare_mode_ == 1 ? ToLowerAscii(key.text()) : key.text());
+    if (key.IsString()) return "s" + (compare_mode_ == 1 ? ToLowerText(key.text()) : key.text());
     if (key.IsNumeric()) return "n" + DoubleToString(ToDouble(key));
     if (key.IsEmpty()) return "e";
     if (key.IsArray()) Raise(err::kTypeMismatch);

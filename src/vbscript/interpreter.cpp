@@ -280,12 +280,6 @@ Variant Interpreter::EvalBinary(const BinaryExpr& b) {
     return true;
 }
 
-bool Interpreter::Condition(const Expr& e) {
-    bool truth;
-    if (QuickCondition(e, truth)) return truth;
-    return GeneralCondition(e);
-}
-
 bool Interpreter::GeneralCondition(const Expr& e) {
     if (e.kind != ExprKind::Binary) return Truth(Eval(e));
     const auto& b = static_cast<const BinaryExpr&>(e);
@@ -298,11 +292,38 @@ bool Interpreter::GeneralCondition(const Expr& e) {
     return Truth(Comparison(b.op, x, y, b.literal));
 }
 
+// A condition under On Error Resume Next: an error in it resumes at the statement that
+// follows the test, which the caller names by `on_error` (an If's block, a loop's body, or
+// the statement after a loop tested at its end). Without Resume Next the error goes on.
+bool Interpreter::ResumedCondition(const Expr& e, const Stmt& s, bool on_error) {
+    try {
+        return GeneralCondition(e);
+    } catch (RuntimeError& error) {
+        if (error.line == 0 && e.line != s.line) {
+            // An ElseIf or a Loop While on a line of its own reports that line.
+            error.line = e.line;
+            error.column = e.column;
+        }
+        CatchInStatement(error, s);
+        return on_error;
+    }
+}
+
+// Whether a Do loop goes on. A failed test resumes at what follows it: the body when the
+// test is at the top, the statement after the loop when it is at the end.
+bool Interpreter::LoopCondition(const DoStmt& s, bool at_top) {
+    bool truth;
+    if (!QuickCondition(*s.condition, truth))
+        truth = ResumedCondition(*s.condition, s, at_top != s.until);
+    return truth != s.until;
+}
+
 const Block* Interpreter::ChosenBlock(const IfStmt& s) {
     const std::size_t n = s.conditions.size();
     for (std::size_t i = 0; i < n; ++i) {
         bool truth;
-        if (!QuickCondition(*s.conditions[i], truth)) truth = GeneralCondition(*s.conditions[i]);
+        if (!QuickCondition(*s.conditions[i], truth))
+            truth = ResumedCondition(*s.conditions[i], s, true);
         if (truth) return &s.blocks[i];
     }
     if (s.blocks.size() > n) return &s.blocks.back();
@@ -360,7 +381,8 @@ Variant Interpreter::EvalName(const NameExpr& e) {
         return IndexValue(g.value, e.args, e);
     }
     case Scope::ClassMember: {
-        std::vector<Variant> args = EvalArgs(e.args);
+        ElementLocks locks(*this);
+        std::vector<Variant> args = EvalArgsForScript(e.args, locks.count);
         Variant result;
         if (int code = InvokeClassMember(*frame->me, e.index, InvokeKind::Get, args, result))
             Raise(code);
@@ -457,8 +479,13 @@ Variant Interpreter::InvokeObject(const Variant& in, std::string_view name, cons
 
 Variant Interpreter::EvalMember(const MemberExpr& e, InvokeKind kind) {
     Variant object = Eval(*e.object);
-    if (!object.Deref().IsObject()) RequireObject(*e.object);
-    std::vector<Variant> args = EvalArgs(e.args);
+    const Variant& target = object.Deref();
+    if (!target.IsObject()) RequireObject(*e.object);
+    // A script class's methods take ByRef arguments; host objects take values.
+    ElementLocks locks(*this);
+    std::vector<Variant> args = dynamic_cast<ScriptObject*>(target.object())
+                                    ? EvalArgsForScript(e.args, locks.count)
+                                    : EvalArgs(e.args);
     auto& m = const_cast<MemberExpr&>(e);
     return InvokeObject(object, e.name, m.cache_key, m.cache_id, kind, args);
 }

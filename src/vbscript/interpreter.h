@@ -88,9 +88,11 @@ private:
     }
     const Variant* PlainOperand(const Expr& e) const;
     const Variant& Operand(const Expr& e, Variant& scratch, bool in_place);
-    bool Condition(const Expr& e);
     bool QuickCondition(const Expr& e, bool& truth) const;
     [[gnu::noinline]] bool GeneralCondition(const Expr& e);
+    [[gnu::noinline]] bool ResumedCondition(const Expr& e, const Stmt& s, bool on_error);
+    bool LoopCondition(const DoStmt& s, bool at_top);
+    Flow RunUnstartedLoop(const Block& body, int error);
     Variant EvalMember(const MemberExpr& e, InvokeKind kind);
     Variant EvalIndex(const IndexExpr& e);
     [[noreturn]] void RequireObject(const Expr& e);
@@ -112,6 +114,7 @@ private:
     Flow ExecIf(const IfStmt& s);
     const Block* ChosenBlock(const IfStmt& s); // nullptr: no branch taken
     Flow ExecSelect(const SelectStmt& s);
+    bool CaseMatches(const CaseItem& item, const Variant& subject);
     Flow ExecFor(const ForStmt& s);
     Flow ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64_t end, const Variant& step);
     Flow ExecForEach(const ForEachStmt& s);
@@ -122,13 +125,28 @@ private:
     void Store(const Expr& target, Variant value, bool is_set);
     void CatchInStatement(RuntimeError& e, const Stmt& s);
     void CheckCallRoom(std::size_t slots_needed);
+    Variant* ElementToLock(const Expr& e);
+    std::vector<Variant> EvalArgsForScript(const ExprList& args, std::size_t& locked);
+    // Unlocks, when it goes, the arrays locked for the arguments of one call.
+    struct ElementLocks {
+        explicit ElementLocks(Interpreter& in) : in(in) {}
+        ElementLocks(const ElementLocks&) = delete;
+        ElementLocks& operator=(const ElementLocks&) = delete;
+        ~ElementLocks() {
+            if (count) in.UnlockElements(count);
+        }
+        Interpreter& in;
+        std::size_t count = 0;
+    };
 
 public:
     void LeaveCall(Variant* slots, Frame* saved); // the end of a call, however it ends
+    void UnlockElements(std::size_t count);       // the last `count` arrays locked
 
 private:
     std::unordered_map<std::string, int> global_index_;
     std::vector<Variant> stack_;
+    std::vector<ArrayBox*> locked_; // arrays with an element passed ByRef
     std::size_t stack_top_ = 0;
     int call_depth_ = 0;
     bool running_ = false;

@@ -9,14 +9,18 @@ namespace tess::vbs {
 
 namespace {
 
+// A plain variable, which a ByRef argument passes itself; a global naming a procedure, a
+// class or a host member is a value (a Function named alone is called).
 bool IsReferenceable(const Expr& e) {
     if (e.kind != ExprKind::Name) return false;
     const auto& n = static_cast<const NameExpr&>(e);
-    return n.args.empty() && !n.parens &&
-           (n.scope == Scope::Local || n.scope == Scope::Field || n.scope == Scope::Global);
+    if (!n.args.empty() || n.parens) return false;
+    if (n.scope == Scope::Global) return !n.global->proc && !n.global->cls && !n.global->host;
+    return n.scope == Scope::Local || n.scope == Scope::Field;
 }
 
-// Restores the caller's frame and frees the callee's slots however the call ends.
+// Restores the caller's frame and frees the callee's slots however the call ends, then
+// unlocks the arrays whose elements were passed ByRef.
 struct CallScope {
     CallScope(Interpreter& in, Variant* slots, std::size_t count, Frame* saved)
         : in(in), slots(slots), count(count), saved(saved) {}
@@ -24,11 +28,13 @@ struct CallScope {
         for (std::size_t i = 0; i < count; ++i)
             slots[i].Clear();
         in.LeaveCall(slots, saved);
+        if (locked) in.UnlockElements(locked);
     }
     Interpreter& in;
     Variant* slots;
     std::size_t count;
     Frame* saved;
+    std::size_t locked = 0;
 };
 
 } // namespace
@@ -121,7 +127,10 @@ void Interpreter::AssignValue(const AssignStmt& s, Variant value) {
         Store(*s.target, ValueOf(v), false);
         return;
     }
-    if (v.IsArray() && v.array()->fixed) v = Variant::Array(v.array()->Clone());
+    // A fixed array is copied at once, and so is a locked one, so that a reference into it
+    // never writes through to a second variable.
+    if (v.IsArray() && (v.array()->fixed || v.array()->Locked()))
+        v = Variant::Array(v.array()->Clone());
     Store(*s.target, std::move(v), false);
 }
 
@@ -200,6 +209,11 @@ Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, cons
         const Expr& a = *args[i];
         if (!proc.params[i].by_val && IsReferenceable(a)) {
             slots[i] = Variant::Reference(&VariableOf(static_cast<const NameExpr&>(a)));
+        } else if (Variant* element = proc.params[i].by_val || a.kind != ExprKind::Name
+                                          ? nullptr
+                                          : ElementToLock(a)) {
+            slots[i] = Variant::Reference(element);
+            ++scope.locked;
         } else {
             slots[i].Adopt(Eval(a));
             if (slots[i].IsReference()) slots[i] = Variant(slots[i].Deref());
@@ -209,6 +223,52 @@ Variant Interpreter::CallProcedure(const Procedure& proc, ScriptObject* me, cons
     frame = &callee;
     RunBlock(proc.body);
     return std::move(slots[proc.param_count]);
+}
+
+// An array element named as a ByRef argument, "Inc a(1)": the element itself is passed, its
+// array locked until the call ends. nullptr when the argument is no array element.
+Variant* Interpreter::ElementToLock(const Expr& e) {
+    if (e.kind != ExprKind::Name) return nullptr;
+    const auto& n = static_cast<const NameExpr&>(e);
+    if (n.args.empty()) return nullptr;
+    if (n.scope == Scope::Global) {
+        const GlobalEntry& g = *n.global;
+        if (g.proc || g.cls || g.host || (!g.declared && option_explicit)) return nullptr;
+    } else if (n.scope != Scope::Local && n.scope != Scope::Field) {
+        return nullptr;
+    }
+    Variant& holder = VariableOf(n);
+    if (!holder.IsArray()) return nullptr;
+    Variant* element = ElementOf(holder, n.args);
+    ArrayBox* box = holder.array();
+    box->Lock();
+    locked_.push_back(box);
+    return element;
+}
+
+// Arguments for a method of a script class: variables and array elements as references,
+// so that ByRef parameters reach them; anything else as its value.
+std::vector<Variant> Interpreter::EvalArgsForScript(const ExprList& args, std::size_t& locked) {
+    std::vector<Variant> values;
+    values.reserve(args.size() + 1);
+    for (const auto& a : args) {
+        if (IsReferenceable(*a)) {
+            values.push_back(Variant::Reference(&VariableOf(static_cast<const NameExpr&>(*a))));
+        } else if (Variant* element = ElementToLock(*a)) {
+            ++locked;
+            values.push_back(Variant::Reference(element));
+        } else {
+            values.push_back(Eval(*a).Deref());
+        }
+    }
+    return values;
+}
+
+void Interpreter::UnlockElements(std::size_t count) {
+    for (; count > 0; --count) {
+        locked_.back()->Unlock();
+        locked_.pop_back();
+    }
 }
 
 Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
@@ -221,8 +281,9 @@ Variant Interpreter::CallWithValues(const Procedure& proc, ScriptObject* me,
     stack_top_ = base + count;
     ++call_depth_;
     CallScope scope(*this, slots, count, frame);
+    // A reference among the values (a ByRef argument of a method) stays one.
     for (std::size_t i = 0; i < args.size(); ++i)
-        slots[i] = args[i].Deref();
+        slots[i] = proc.params[i].by_val ? args[i].Deref() : args[i];
     Frame callee{slots, me, &proc, false};
     frame = &callee;
     RunBlock(proc.body);
@@ -341,7 +402,8 @@ void Interpreter::ExecCall(const CallStmt& s) {
             return;
         }
         if (n.scope == Scope::ClassMember) {
-            std::vector<Variant> args = EvalArgs(n.args);
+            ElementLocks locks(*this);
+            std::vector<Variant> args = EvalArgsForScript(n.args, locks.count);
             Variant ignored;
             if (int code = InvokeClassMember(*frame->me, n.index, InvokeKind::Call, args, ignored))
                 Raise(code);
@@ -358,23 +420,36 @@ Flow Interpreter::ExecIf(const IfStmt& s) {
     return chosen ? ExecBlock(*chosen) : Flow::Normal;
 }
 
+bool Interpreter::CaseMatches(const CaseItem& item, const Variant& subject) {
+    const Variant low = Eval(*item.low);
+    const Literal lit = item.low->kind == ExprKind::Constant ? Literal::Right : Literal::None;
+    if (!item.high) return Truth(Comparison(item.is_op, subject, low, lit));
+    const Variant high = Eval(*item.high);
+    const int a = Compare(subject, low, lit);
+    const int b = Compare(subject, high,
+                          item.high->kind == ExprKind::Constant ? Literal::Right : Literal::None);
+    return a != 2 && b != 2 && a >= 0 && b <= 0;
+}
+
+// A For or For Each whose header failed under On Error Resume Next: its body runs once, the
+// counter untouched, and the Next fails with `error`, which resumes after the loop.
+Flow Interpreter::RunUnstartedLoop(const Block& body, int error) {
+    const Flow f = ExecBlock(body);
+    if (f == Flow::ExitFor) return Flow::Normal;
+    if (f != Flow::Normal) return f;
+    Raise(error);
+}
+
 Flow Interpreter::ExecSelect(const SelectStmt& s) {
     const Variant subject = Eval(*s.subject).Deref();
     for (std::size_t c = 0; c < s.cases.size(); ++c) {
         for (const CaseItem& item : s.cases[c]) {
-            const Variant low = Eval(*item.low);
-            const Literal lit =
-                item.low->kind == ExprKind::Constant ? Literal::Right : Literal::None;
             bool match;
-            if (item.high) {
-                const Variant high = Eval(*item.high);
-                const int a = Compare(subject, low, lit);
-                const int b =
-                    Compare(subject, high,
-                            item.high->kind == ExprKind::Constant ? Literal::Right : Literal::None);
-                match = a != 2 && b != 2 && a >= 0 && b <= 0;
-            } else {
-                match = Truth(Comparison(item.is_op, subject, low, lit));
+            try {
+                match = CaseMatches(item, subject);
+            } catch (RuntimeError& e) {
+                CatchInStatement(e, s); // resumed: the Case's block is what follows
+                match = true;
             }
             if (match) return ExecBlock(s.blocks[c]);
         }
@@ -385,11 +460,17 @@ Flow Interpreter::ExecSelect(const SelectStmt& s) {
 
 Flow Interpreter::ExecFor(const ForStmt& s) {
     const auto& var = static_cast<const NameExpr&>(*s.variable);
-    Variant from = Eval(*s.from).Deref();
-    const Variant to = ValueOf(Eval(*s.to));
-    const Variant step = s.step ? ValueOf(Eval(*s.step)) : Variant::Integer(1);
-    from = ValueOf(from);
-    if (from.IsNull() || to.IsNull() || step.IsNull()) Raise(err::kInvalidUseOfNull);
+    Variant from, to, step;
+    try {
+        from = ValueOf(Eval(*s.from).Deref());
+        to = ValueOf(Eval(*s.to));
+        step = s.step ? ValueOf(Eval(*s.step)) : Variant::Integer(1);
+        if (from.IsNull() || to.IsNull() || step.IsNull()) Raise(err::kInvalidUseOfNull);
+    } catch (RuntimeError& e) {
+        CatchInStatement(e, s);
+        from = Variant::Null(); // marks the loop as never started
+    }
+    if (from.IsNull()) return RunUnstartedLoop(s.body, err::kForLoopNotInitialized);
     const double end = ToDouble(to);
     const double increment = ToDouble(step);
     VariableOf(var) = from.IsString() ? Variant::Double(ToDouble(from)) : from;
@@ -449,15 +530,20 @@ Flow Interpreter::ExecWholeFor(const ForStmt& s, const NameExpr& var, std::int64
 
 Flow Interpreter::ExecForEach(const ForEachStmt& s) {
     const auto& var = static_cast<const NameExpr&>(*s.variable);
-    const Variant collection = Eval(*s.collection).Deref();
     std::vector<Variant> items;
-    if (collection.IsArray()) {
-        items = collection.array()->items;
-    } else if (collection.IsObject()) {
-        if (!collection.object()) Raise(err::kObjectVariableNotSet);
-        if (!collection.object()->Enumerate(items)) Raise(err::kNoSuchMember);
-    } else {
-        Raise(err::kNotEnumerable);
+    try {
+        const Variant collection = Eval(*s.collection).Deref();
+        if (collection.IsArray()) {
+            items = collection.array()->items;
+        } else if (collection.IsObject()) {
+            if (!collection.object()) Raise(err::kObjectVariableNotSet);
+            if (!collection.object()->Enumerate(items)) Raise(err::kNoSuchMember);
+        } else {
+            Raise(err::kNotEnumerable);
+        }
+    } catch (RuntimeError& e) {
+        CatchInStatement(e, s);
+        return RunUnstartedLoop(s.body, err::kNotEnumerable);
     }
     for (Variant& item : items) {
         VariableOf(var) = std::move(item);
@@ -471,12 +557,12 @@ Flow Interpreter::ExecForEach(const ForEachStmt& s) {
 
 Flow Interpreter::ExecDo(const DoStmt& s) {
     for (;;) {
-        if (s.condition && s.test_first && Condition(*s.condition) == s.until) break;
+        if (s.condition && s.test_first && !LoopCondition(s, true)) break;
         const Flow f = ExecBlock(s.body);
         if (f == Flow::ExitDo) break;
         if (f != Flow::Normal) return f;
         if (--tick_ <= 0) Tick();
-        if (s.condition && !s.test_first && Condition(*s.condition) == s.until) break;
+        if (s.condition && !s.test_first && !LoopCondition(s, false)) break;
     }
     return Flow::Normal;
 }
@@ -490,7 +576,7 @@ void Interpreter::ExecDim(const DimStmt& s) {
         Variant& slot = VariableOf(static_cast<const NameExpr&>(*item.target));
         int code = 0;
         if (s.kind == StmtKind::ReDim && slot.IsArray()) {
-            if (slot.array()->fixed) Raise(err::kFixedArray);
+            if (slot.array()->fixed || slot.array()->Locked()) Raise(err::kFixedArray);
             if (s.preserve) {
                 if (slot.array()->Refs() > 1) slot = Variant::Array(slot.array()->Clone());
                 if ((code = slot.array()->Resize(upper, true))) Raise(code);
@@ -507,6 +593,7 @@ void Interpreter::ExecDim(const DimStmt& s) {
 void Interpreter::ExecErase(const EraseStmt& s) {
     Variant& slot = VariableOf(static_cast<const NameExpr&>(*s.target));
     if (!slot.IsArray()) Raise(err::kTypeMismatch);
+    if (slot.array()->Locked()) Raise(err::kFixedArray);
     if (slot.array()->fixed) {
         if (slot.array()->Refs() > 1) {
             ArrayBox* copy = slot.array()->Clone();
@@ -521,8 +608,15 @@ void Interpreter::ExecErase(const EraseStmt& s) {
 }
 
 Flow Interpreter::ExecWith(const WithStmt& s) {
-    Variant object = Eval(*s.object).Deref();
-    if (!object.IsObject()) Raise(err::kObjectRequired);
+    Variant object;
+    try {
+        object = Eval(*s.object).Deref();
+        if (!object.IsObject()) Raise(err::kObjectRequired);
+    } catch (RuntimeError& e) {
+        // Resumed: the body runs, and each use of the missing object fails in turn.
+        CatchInStatement(e, s);
+        object = Variant();
+    }
     Variant& holder = VariableOf(static_cast<const NameExpr&>(*s.holder));
     holder = std::move(object);
     const Flow f = ExecBlock(s.body);

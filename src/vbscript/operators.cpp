@@ -5,6 +5,7 @@
 #include "vbscript/errors.h"
 #include "vbscript/limits.h"
 #include "vbscript/object.h"
+#include "vbscript/script_chars.h"
 
 #include <charconv>
 #include <cmath>
@@ -307,7 +308,7 @@ int CompareText(const std::string& a, const std::string& b, bool text_mode) {
         const int c = a.compare(b);
         return c < 0 ? -1 : c > 0 ? 1 : 0;
     }
-    const int c = ToLowerAscii(a).compare(ToLowerAscii(b));
+    const int c = ToLowerText(a).compare(ToLowerText(b));
     return c < 0 ? -1 : c > 0 ? 1 : 0;
 }
 

@@ -711,6 +711,7 @@ private:
             return stmt;
         }
         if (is_set) return Fail(err::kExpectedEquals), nullptr;
+        if (!CheckCallParens(target.get(), spaced_paren != 0)) return nullptr;
         if (spaced_paren && (AtLineEnd() || Is(Cur(), "else")) && ArgsOf(target.get()) &&
             ArgsOf(target.get())->size() == 1) {
             // "Foo (a)" alone passes (a), a value: re-read it as an argument expression.
@@ -731,6 +732,25 @@ private:
         auto stmt = Make<CallStmt>(start);
         stmt->call = std::move(target);
         return stmt;
+    }
+
+    // A call standing alone with its whole argument list in parentheses: "Foo(a, b)" is
+    // refused, as the language refuses it, and "Foo(a)" passes (a), a value, with or without
+    // a space before the parenthesis.
+    bool CheckCallParens(Expr* target, bool spaced) {
+        ExprList* args = ArgsOf(target);
+        if (!args || !Parenthesized(target) || !(AtLineEnd() || Is(Cur(), "else"))) return true;
+        if (args->size() > 1) return Fail(err::kCantUseParens), false;
+        if (args->size() == 1 && !spaced && (*args)[0]->kind != ExprKind::Constant) {
+            ExprPtr& arg = (*args)[0];
+            auto value = std::make_unique<UnaryExpr>();
+            value->line = arg->line;
+            value->column = arg->column;
+            value->op = UnaryOp::Plus;
+            value->operand = std::move(arg);
+            arg = std::move(value);
+        }
+        return true;
     }
 
     static ExprList* ArgsOf(Expr* e) {

@@ -114,6 +114,9 @@ TEST(Engine, CompileErrorsCarryNumberLineAndColumn) {
         {"Loop", err::kExpectedStatement, 1, 1},
         {"Exit Foo", err::kInvalidExit, 1, 6},
         {"Do\nLoop Forever", err::kExpectedEndOfStatement, 2, 6},
+        {"Foo(1, 2)", err::kCantUseParens, 1, 10},
+        {"x = 1\nobj.Run (a, b)\n", err::kCantUseParens, 2, 15},
+        {"If x Then Foo(, 2) Else y = 1", err::kCantUseParens, 1, 20},
     };
     for (const Case& c : cases) {
         Engine engine;
@@ -143,6 +146,15 @@ TEST(Engine, RuntimeErrorsCarryNumberLineAndColumn) {
     EXPECT_FALSE(third.AddCode("Option Explicit\nDim a\na = b\n"));
     EXPECT_EQ(third.LastError().number, err::kUndefinedVariable);
     EXPECT_EQ(third.LastError().line, 3);
+    // A failed ElseIf or Loop Until reports its own line, not the line the block starts on.
+    Engine fourth;
+    EXPECT_FALSE(
+        fourth.AddCode("x = 1\nIf x = 2 Then\n  x = 3\nElseIf 1 / 0 Then\n  x = 4\nEnd If\n"));
+    EXPECT_EQ(fourth.LastError().number, err::kDivisionByZero);
+    EXPECT_EQ(fourth.LastError().line, 4);
+    Engine fifth;
+    EXPECT_FALSE(fifth.AddCode("Do\n  x = x + 1\nLoop Until x / 0\n"));
+    EXPECT_EQ(fifth.LastError().line, 3);
 }
 
 TEST(Engine, TimeBudgetEndsEndlessLoopsEvenUnderResumeNext) {
