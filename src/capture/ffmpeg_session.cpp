@@ -3,9 +3,11 @@
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
 
+#include <dlfcn.h>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
-#include <libavdevice/avdevice.h>
+#include <libavdevice/version_major.h>
 #include <libavformat/avformat.h>
 #include <libavutil/imgutils.h>
 #include <libswscale/swscale.h>
@@ -30,12 +32,28 @@ constexpr auto kReadTimeout = std::chrono::seconds(5);
 // time-out, hundreds of megabytes on a fast link.
 constexpr std::int64_t kMaxBytesPerRead = 16 * 1024 * 1024;
 
-void RegisterDevicesOnce() {
+void QuietLogOnce() {
     static std::once_flag once;
-    std::call_once(once, [] {
-        avdevice_register_all();
-        av_log_set_level(AV_LOG_QUIET); // our own log names the feed instead
-    });
+    std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); }); // our log names the feed
+}
+
+// FFmpeg's device layer (V4L2 webcams, lavfi test sources) brings in about eighty libraries
+// (filters, speech voices, SVG, sound servers): some 36 MB resident in every process. It is
+// loaded when the first feed that needs it opens, never at start; network cameras and video
+// files do without it. An empty answer means the devices are registered.
+std::string LoadDeviceLayer() {
+    static const std::string problem = [] {
+        const std::string name = "libavdevice.so." + std::to_string(LIBAVDEVICE_VERSION_MAJOR);
+        void* library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (!library) return "cannot load " + name + " (" + ::dlerror() + ")";
+        // Never closed: the formats it registers stay in FFmpeg's lists.
+        using Register = void (*)();
+        auto register_all = reinterpret_cast<Register>(::dlsym(library, "avdevice_register_all"));
+        if (!register_all) return name + " lacks avdevice_register_all";
+        register_all();
+        return std::string();
+    }();
+    return problem;
 }
 
 std::string AvErrorText(int code) {
@@ -102,7 +120,7 @@ struct FfmpegSession::State {
 
 FfmpegSession::FfmpegSession(const CameraSource& source, const std::atomic<bool>& stop)
     : source_(source), stop_(stop), state_(std::make_unique<State>()) {
-    RegisterDevicesOnce();
+    QuietLogOnce();
     state_->stop = &stop_;
 }
 
@@ -127,6 +145,12 @@ bool FfmpegSession::Open() {
     s.format = avformat_alloc_context();
     if (!s.format) return false;
     s.format->interrupt_callback = {&State::Interrupt, &s};
+    if (source_.kind == CameraKind::V4L2 || source_.kind == CameraKind::TestSource) {
+        if (std::string problem = LoadDeviceLayer(); !problem.empty()) {
+            Fail(problem, 0);
+            return false;
+        }
+    }
     AVDictionary* options = nullptr;
     for (const auto& [key, value] : source_.options)
         av_dict_set(&options, key.c_str(), value.c_str(), 0);

@@ -12,6 +12,7 @@
 #include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
+#include <fstream>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
@@ -205,6 +206,30 @@ TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
         },
         10000ms);
     EXPECT_GE(checked, 10);
+}
+
+bool DeviceLayerMapped() {
+    std::ifstream maps("/proc/self/maps");
+    std::string line;
+    while (std::getline(maps, line))
+        if (line.find("libavdevice") != std::string::npos) return true;
+    return false;
+}
+
+// FFmpeg's device layer costs tens of megabytes of libraries in every process: a network
+// camera does without it, and the first test source loads it.
+TEST(CameraStreams, TheDeviceLayerLoadsOnlyForAWebcamOrTestSource) {
+    ASSERT_FALSE(DeviceLayerMapped());
+    ServedCamera camera;
+    camera.server.Endless("/good", kMultipartHead, Part(SolidJpeg(0x00FF00)));
+    camera.Start();
+    LiveFeed http(camera.server.Url("/good"));
+    ASSERT_TRUE(http.TickUntil([&] { return http.Frames() >= 2; }, 10000ms));
+    EXPECT_FALSE(DeviceLayerMapped());
+
+    LiveFeed test_source("lavfi:color=c=red:size=32x24:rate=25");
+    ASSERT_TRUE(test_source.TickUntil([&] { return test_source.Frames() >= 2; }, 10000ms));
+    EXPECT_TRUE(DeviceLayerMapped());
 }
 
 template <typename Done>
