@@ -1,11 +1,13 @@
 #include "app/check_command.h"
 
+#include "app/camera_hosting.h"
 #include "app/command_station.h"
 #include "app/exit_status.h"
 #include "app/instance_lock.h"
 #include "base/errors_txt.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "capture/video_feed.h"
 #include "document/portfolio.h"
 #include "imaging/text/text_renderer.h"
 #include "publish/ftp_control.h"
@@ -113,6 +115,40 @@ void CheckFtpServers(Portfolio& portfolio, double timeout_seconds) {
     }
 }
 
+// The enabled feeds' cameras: each must exist, and with the network each must give a
+// picture. Webcams are left alone while the program runs here, since it holds them.
+void CheckCameras(Portfolio& portfolio, bool network, double timeout_seconds) {
+    std::vector<std::string> problems;
+    const auto drivers = FindCaptureDrivers("Tessarolle.INI", problems);
+    for (const std::string& problem : problems)
+        LogWarning("camera not usable: {}", problem);
+    std::error_code ec;
+    InstanceLock lock;
+    const bool running = std::filesystem::exists(kLockFile, ec) && !lock.Acquire(kLockFile);
+    std::array<bool, CaptureDrivers::kDrivers> wanted{};
+    for (int i = 0; i < CaptureDrivers::kDrivers; ++i) {
+        const VideoFeed& feed = portfolio.VideoFeed(i);
+        if (!feed.Enabled()) continue;
+        const DriverEntry* entry = drivers->Entry(i);
+        if (!entry) {
+            LogError("portfolio '{}' [VideoFeeds] Feed{}Enabled: feed {} '{}' has no camera: "
+                     "Tessarolle.INI [Cameras] declares no Camera{} and no webcam was found",
+                     portfolio.FileName(), i, i, feed.FeedName(), i);
+            continue;
+        }
+        wanted[i] = network && entry->source.kind != CameraKind::Invalid &&
+                    !(running && entry->source.kind == CameraKind::V4L2);
+    }
+    const CameraProbes probes = ProbeCameras(*drivers, timeout_seconds, wanted);
+    for (int i = 0; i < CaptureDrivers::kDrivers; ++i) {
+        if (!wanted[i] || probes[i].frame) continue;
+        LogError("portfolio '{}' [VideoFeeds] Feed{}Enabled: feed {} '{}' ({}) gave no picture "
+                 "in {} s: {}",
+                 portfolio.FileName(), i, i, portfolio.VideoFeed(i).FeedName(),
+                 drivers->Entry(i)->url, timeout_seconds, probes[i].text);
+    }
+}
+
 void CheckPortfolio(const CheckRequest& request, CommandStation& station) {
     Portfolio portfolio(station.Sun());
     portfolio.SetFileName(request.portfolio);
@@ -127,6 +163,7 @@ void CheckPortfolio(const CheckRequest& request, CommandStation& station) {
     }
     ComposeCanvases(portfolio, station, fetcher.get(), loop);
     CheckWebPort(portfolio);
+    CheckCameras(portfolio, request.network, request.network_timeout);
     if (request.network) CheckFtpServers(portfolio, request.network_timeout);
     fetcher.reset();
     portfolio.Unload();
@@ -153,7 +190,8 @@ int RunCheckCommand(const CheckRequest& request, std::ostream& out, std::ostream
     const std::size_t count = capture.Entries().size();
     if (count == 0) {
         out << "check: '" << request.portfolio << "': no problems found"
-            << (request.network ? "" : " (URLs and FTP servers not tried; add --network)") << "\n";
+            << (request.network ? "" : " (URLs, FTP servers and cameras not tried; add --network)")
+            << "\n";
         return kExitOk;
     }
     out << fmt::format("check: '{}': {} problem{} found\n", request.portfolio, count,
@@ -168,10 +206,11 @@ void AddCheckCommand(CLI::App& cli, int& status) {
                  "problem found; exit status 5 when there are any");
     check->add_option("portfolio", request->portfolio, "The portfolio file (.por)")->required();
     check->add_flag("--network", request->network,
-                    "Also download the URLs of graphic items and log in to the FTP servers");
+                    "Also download the URLs of graphic items, log in to the FTP servers and "
+                    "wait for a picture from each enabled camera");
     check
         ->add_option("--timeout", request->network_timeout,
-                     "Seconds given to each URL and FTP server with --network (default 10)")
+                     "Seconds given to each URL, FTP server and camera with --network (default 10)")
         ->check(CLI::Range(1.0, 300.0));
     check->callback(
         [request, &status] { status = RunCheckCommand(*request, std::cout, std::cerr); });

@@ -1,6 +1,7 @@
 #include "app/portfolio_reload.h"
 
 #include "app/application.h"
+#include "app/camera_hosting.h"
 #include "base/log.h"
 #include "base/text.h"
 #include "document/portfolio.h"
@@ -42,6 +43,7 @@ void PortfolioReload::Reload() {
         LogWarning("reload (SIGHUP): changes made since the last save are dropped");
     if (FileStamp::Of(path) == portfolio_stamp_) LogInfo("reload: '{}' is unchanged", path);
     const Web before = WebOf(*portfolio);
+    ReloadCameras(app_, *portfolio);
     // Fresh canvases: a slot the file no longer lists must not keep its old one.
     for (int slot = 1; slot <= Portfolio::kCanvasSlots; ++slot)
         portfolio->ResetCanvas(slot);

@@ -1,8 +1,8 @@
 #pragma once
 
-// SIGHUP: the open portfolio and its canvases are read again from disk, so that a user can
-// edit the files and `systemctl reload` the service. The web server keeps its listening
-// socket unless its own settings changed; the log says what changed.
+// SIGHUP: the open portfolio and its canvases, and the cameras of Tessarolle.INI, are read
+// again from disk, so that a user can edit the files and `systemctl reload` the service. The web
+// server keeps its listening socket unless its own settings changed; the log says what changed.
 
 #include "base/file_stamp.h"
 

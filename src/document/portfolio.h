@@ -99,6 +99,7 @@ public:
     // The capture drivers and what the feeds reach through them; until this is called the
     // feeds' settings are only settings. Call it before the portfolio loads.
     void SetCapture(std::shared_ptr<const DriverCatalog> drivers, CaptureServices services);
+    const DriverCatalog* Drivers() const { return drivers_.get(); }
 
     // One tick at `now`: CaptureTime, then the four steps below, the running flag tested
     // between them. False when the flag was found cleared: the program is to quit.

@@ -143,5 +143,36 @@ TEST(Check, ACleanSiteIsStatusZeroWithTheNetworkTried) {
     EXPECT_FALSE(ftp.Commands().empty()) << "the FTP server was not logged in to";
 }
 
+// Feed 5 has a test source, feed 6 a camera nobody serves, feed 7 no camera at all and feed
+// 8 a URL no camera speaks: the local check finds the last two, the network one all three.
+TEST(Check, EnabledFeedsWithoutACameraOrAPictureAreReported) {
+    test::TempDir dir;
+    const std::string closed = "http://127.0.0.1:" + std::to_string(FreePort()) + "/cam";
+    WriteFileBytes(dir.File("Tessarolle.INI"),
+                   "[Cameras]\r\nCamera5=lavfi:color=c=red:size=32x24:rate=10\r\nCamera6=" +
+                       closed + "\r\nCamera8=ftp://x/y\r\n");
+    std::string feeds = "[VideoFeeds]\r\n";
+    for (int i = 5; i <= 8; ++i)
+        feeds += "Feed" + std::to_string(i) + "Name=Cam" + std::to_string(i) + "\r\nFeed" +
+                 std::to_string(i) + "Enabled=True\r\n";
+    WriteFileBytes(dir.File("site.por"), "[Canvas01]\r\nFileName=cam.can\r\n" + feeds);
+    WriteFileBytes(dir.File("cam.can"), "[General]\r\nName=Cam\r\nWidth=64\r\nHeight=48\r\n");
+
+    auto local = RunProcess({TESS_BINARY, "check", "site.por"}, dir.Path());
+    EXPECT_EQ(local.exit_code, 5) << local.out << local.err;
+    EXPECT_TRUE(Has(local.out, "Camera8: 'ftp://x/y' uses a protocol")) << local.out;
+    EXPECT_TRUE(Has(local.out, "[VideoFeeds] Feed7Enabled: feed 7 'Cam7' has no camera"))
+        << local.out;
+    EXPECT_TRUE(Has(local.out, "2 problems found")) << local.out;
+
+    auto network =
+        RunProcess({TESS_BINARY, "check", "--network", "--timeout", "3", "site.por"}, dir.Path());
+    EXPECT_EQ(network.exit_code, 5) << network.out << network.err;
+    EXPECT_TRUE(Has(network.out, "Feed6Enabled: feed 6 'Cam6' (" + closed + ") gave no picture"))
+        << network.out;
+    EXPECT_FALSE(Has(network.out, "Feed5Enabled")) << network.out;
+    EXPECT_TRUE(Has(network.out, "3 problems found")) << network.out;
+}
+
 } // namespace
 } // namespace tess

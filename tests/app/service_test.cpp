@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -244,6 +245,61 @@ TEST(Reload, SighupReadsTheFilesAgainAndKeepsTheWebSocket) {
                              std::to_string(moved)))
         << log;
     EXPECT_TRUE(Has(log, "reload: slot 2 no longer holds 'two.can'")) << log;
+}
+
+// The colour in the middle of the picture served as `name` (0x00RRGGBB), -1 while none is.
+long ServedMiddle(std::uint16_t port, const std::string& name) {
+    const std::string body = test::BodyOf(test::Exchange(port, test::GetRequest(name)));
+    DIB dib;
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(body.data());
+    if (body.empty() || !DecodeJpegIntoDIB({bytes, body.size()}, dib)) return -1;
+    const std::uint8_t* p = dib.scanline(dib.Height() / 2) + dib.Width() / 2 * 3;
+    return long{p[2]} << 16 | long{p[1]} << 8 | p[0];
+}
+
+bool Near(long color, long wanted) {
+    for (int shift = 0; shift <= 16; shift += 8)
+        if (std::abs((color >> shift & 0xFF) - (wanted >> shift & 0xFF)) > 24) return false;
+    return color >= 0;
+}
+
+// A camera changed in Tessarolle.INI is taken on SIGHUP: the feed opens on the new source
+// and the canvas that shows it follows, without a restart.
+TEST(Reload, SighupTakesTheCamerasOfTessarolleIniAgain) {
+    test::TempDir dir;
+    const std::uint16_t port = FreePort();
+    auto cameras = [&](const std::string& color) {
+        test::WriteFileBytes(dir.File("Tessarolle.INI"),
+                             "[Cameras]\r\nCamera0=lavfi:color=c=" + color +
+                                 ":size=64x48:rate=10\r\nCamera0Name=Yard\r\n");
+    };
+    cameras("red");
+    test::WriteFileBytes(dir.File("site.por"),
+                         "[Canvas01]\r\nFileName=cam.can\r\n[WebServer]\r\nEnabled=True\r\n"
+                         "Port=" +
+                             std::to_string(port) +
+                             "\r\n[VideoFeeds]\r\nFeed0Name=Yard\r\nFeed0Enabled=True\r\n");
+    test::WriteFileBytes(dir.File("cam.can"),
+                         "[General]\r\nName=Cam\r\nWidth=64\r\nHeight=48\r\n"
+                         "[WebServer]\r\nEnabled=True\r\nFileName=Canvas01.jpg\r\n"
+                         "[Graphic001]\r\nEnabled=True\r\nSourceType=0\r\n"
+                         "SourceVideoFeedName=Yard\r\n");
+    test::Process running({TESS_BINARY, "run", "site.por", "--for", "60"}, dir.Path());
+    ASSERT_TRUE(WaitFor([&] { return Near(ServedMiddle(port, "Canvas01.jpg"), 0xFF0000); }))
+        << ServedMiddle(port, "Canvas01.jpg");
+
+    cameras("blue");
+    running.Signal(SIGHUP);
+    EXPECT_TRUE(WaitFor([&] { return Near(ServedMiddle(port, "Canvas01.jpg"), 0x0000FF); }))
+        << ServedMiddle(port, "Canvas01.jpg");
+
+    running.Signal(SIGTERM);
+    auto result = running.Wait(10);
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    const std::string log = ReadFileBytes(dir.File("Tessarolle.log"));
+    EXPECT_TRUE(Has(log, "reload: camera 0: 'Yard' (lavfi:color=c=red:size=64x48:rate=10) -> "
+                         "'Yard' (lavfi:color=c=blue:size=64x48:rate=10)"))
+        << log;
 }
 
 TEST(Render, TheFormatFollowsTheExtensionAndAMissingFolderIsAnError) {
