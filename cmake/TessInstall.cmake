@@ -28,9 +28,10 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# libcurl and libavdevice are opened at run time, so shlibdeps cannot see them.
+# libcurl and FFmpeg are opened at run time, so shlibdeps cannot see them.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-    "fontconfig, fonts-liberation2, fonts-dejavu-core, libcurl4, libavdevice59")
+    "fontconfig, fonts-liberation2, fonts-dejavu-core, libcurl4, libavdevice59, libavformat59, \
+libavcodec59, libswscale6, libavutil57")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/dist/postinst)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)

@@ -1,16 +1,11 @@
 #include "capture/ffmpeg_session.h"
 
+#include "capture/ffmpeg_library.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
 
-#include <dlfcn.h>
-
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavdevice/version_major.h>
-#include <libavformat/avformat.h>
 #include <libavutil/imgutils.h>
-#include <libswscale/swscale.h>
 }
 
 #include <cstdint>
@@ -32,33 +27,14 @@ constexpr auto kReadTimeout = std::chrono::seconds(5);
 // time-out, hundreds of megabytes on a fast link.
 constexpr std::int64_t kMaxBytesPerRead = 16 * 1024 * 1024;
 
-void QuietLogOnce() {
-    static std::once_flag once;
-    std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); }); // our log names the feed
-}
-
-// FFmpeg's device layer (V4L2 webcams, lavfi test sources) brings in about eighty libraries
-// (filters, speech voices, SVG, sound servers): some 36 MB resident in every process. It is
-// loaded when the first feed that needs it opens, never at start; network cameras and video
-// files do without it. An empty answer means the devices are registered.
-std::string LoadDeviceLayer() {
-    static const std::string problem = [] {
-        const std::string name = "libavdevice.so." + std::to_string(LIBAVDEVICE_VERSION_MAJOR);
-        void* library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (!library) return "cannot load " + name + " (" + ::dlerror() + ")";
-        // Never closed: the formats it registers stay in FFmpeg's lists.
-        using Register = void (*)();
-        auto register_all = reinterpret_cast<Register>(::dlsym(library, "avdevice_register_all"));
-        if (!register_all) return name + " lacks avdevice_register_all";
-        register_all();
-        return std::string();
-    }();
-    return problem;
+// Valid once a session has opened: nothing of FFmpeg's exists before.
+const FfmpegLibrary& F() {
+    return *Ffmpeg();
 }
 
 std::string AvErrorText(int code) {
     char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(code, text, sizeof text);
+    F().av_strerror(code, text, sizeof text);
     return text;
 }
 
@@ -97,11 +73,12 @@ struct FfmpegSession::State {
     SteadyClock::time_point paced_from;
 
     ~State() {
-        sws_freeContext(scaler);
-        av_frame_free(&frame);
-        av_packet_free(&packet);
-        avcodec_free_context(&codec);
-        avformat_close_input(&format);
+        if (!format) return; // FFmpeg was never reached
+        F().sws_freeContext(scaler);
+        F().av_frame_free(&frame);
+        F().av_packet_free(&packet);
+        F().avcodec_free_context(&codec);
+        F().avformat_close_input(&format);
     }
     std::int64_t BytesRead() const { return format && format->pb ? format->pb->bytes_read : 0; }
     void Arm(SteadyClock::duration timeout) {
@@ -120,7 +97,6 @@ struct FfmpegSession::State {
 
 FfmpegSession::FfmpegSession(const CameraSource& source, const std::atomic<bool>& stop)
     : source_(source), stop_(stop), state_(std::make_unique<State>()) {
-    QuietLogOnce();
     state_->stop = &stop_;
 }
 
@@ -142,48 +118,53 @@ SessionEnd FfmpegSession::Fail(const std::string& what, int code) {
 
 bool FfmpegSession::Open() {
     State& s = *state_;
-    s.format = avformat_alloc_context();
+    if (std::string problem; !Ffmpeg(&problem)) {
+        Fail(problem, 0);
+        return false;
+    }
+    s.format = F().avformat_alloc_context();
     if (!s.format) return false;
     s.format->interrupt_callback = {&State::Interrupt, &s};
     if (source_.kind == CameraKind::V4L2 || source_.kind == CameraKind::TestSource) {
-        if (std::string problem = LoadDeviceLayer(); !problem.empty()) {
+        if (std::string problem = LoadFfmpegDevices(); !problem.empty()) {
             Fail(problem, 0);
             return false;
         }
     }
     AVDictionary* options = nullptr;
     for (const auto& [key, value] : source_.options)
-        av_dict_set(&options, key.c_str(), value.c_str(), 0);
-    const AVInputFormat* input =
-        source_.input_format.empty() ? nullptr : av_find_input_format(source_.input_format.c_str());
+        F().av_dict_set(&options, key.c_str(), value.c_str(), 0);
+    const AVInputFormat* input = source_.input_format.empty()
+                                     ? nullptr
+                                     : F().av_find_input_format(source_.input_format.c_str());
     s.Arm(kOpenTimeout);
-    int code = avformat_open_input(&s.format, source_.address.c_str(), input, &options);
-    av_dict_free(&options);
+    int code = F().avformat_open_input(&s.format, source_.address.c_str(), input, &options);
+    F().av_dict_free(&options);
     if (code < 0) {
         Fail("cannot open", code);
         return false;
     }
     format_name_ = s.format->iformat ? s.format->iformat->name : "";
     s.Arm(kOpenTimeout);
-    if ((code = avformat_find_stream_info(s.format, nullptr)) < 0) {
+    if ((code = F().avformat_find_stream_info(s.format, nullptr)) < 0) {
         Fail("no stream information", code);
         return false;
     }
     const AVCodec* decoder = nullptr;
-    s.stream = av_find_best_stream(s.format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
+    s.stream = F().av_find_best_stream(s.format, AVMEDIA_TYPE_VIDEO, -1, -1, &decoder, 0);
     if (s.stream < 0 || !decoder) {
         Fail("no video stream", s.stream < 0 ? s.stream : 0);
         return false;
     }
-    s.codec = avcodec_alloc_context3(decoder);
-    avcodec_parameters_to_context(s.codec, s.format->streams[s.stream]->codecpar);
+    s.codec = F().avcodec_alloc_context3(decoder);
+    F().avcodec_parameters_to_context(s.codec, s.format->streams[s.stream]->codecpar);
     s.codec->thread_count = 1; // frame threads would only add latency
-    if ((code = avcodec_open2(s.codec, decoder, nullptr)) < 0) {
+    if ((code = F().avcodec_open2(s.codec, decoder, nullptr)) < 0) {
         Fail("cannot open the decoder", code);
         return false;
     }
-    s.packet = av_packet_alloc();
-    s.frame = av_frame_alloc();
+    s.packet = F().av_packet_alloc();
+    s.frame = F().av_frame_alloc();
     return s.packet && s.frame;
 }
 
@@ -208,9 +189,9 @@ bool FfmpegSession::Convert(RawFrame& out) {
                    bottom_row_up, pitch);
         return true;
     }
-    s.scaler = sws_getCachedContext(s.scaler, f->width, f->height,
-                                    static_cast<AVPixelFormat>(f->format), f->width, f->height,
-                                    AV_PIX_FMT_BGR24, SWS_POINT, nullptr, nullptr, nullptr);
+    s.scaler = F().sws_getCachedContext(s.scaler, f->width, f->height,
+                                        static_cast<AVPixelFormat>(f->format), f->width, f->height,
+                                        AV_PIX_FMT_BGR24, SWS_POINT, nullptr, nullptr, nullptr);
     if (!s.scaler) return false;
     // A width of whole blocks is written straight into the frame, top-down from its last row
     // in memory: a bottom-up bitmap without a flip. Any other width would have each row's
@@ -229,7 +210,8 @@ bool FfmpegSession::ScaleInto(std::uint8_t* first_row, int stride) {
     const AVFrame* f = s.frame;
     std::uint8_t* planes[4] = {first_row, nullptr, nullptr, nullptr};
     int strides[4] = {stride, 0, 0, 0};
-    return sws_scale(s.scaler, f->data, f->linesize, 0, f->height, planes, strides) == f->height;
+    return F().sws_scale(s.scaler, f->data, f->linesize, 0, f->height, planes, strides) ==
+           f->height;
 }
 
 // Files and test sources play at their own rate instead of as fast as they decode.
@@ -261,31 +243,31 @@ SessionEnd FfmpegSession::Run(const FrameSink& sink, SteadyClock::time_point con
     const AVRational time_base = s.format->streams[s.stream]->time_base;
     while (!stop_) {
         s.Arm(kReadTimeout);
-        int code = av_read_frame(s.format, s.packet);
+        int code = F().av_read_frame(s.format, s.packet);
         if (code == AVERROR_EOF) return frames_ > 0 ? SessionEnd::Ended : Fail("no frames", 0);
         if (code < 0) return Fail("read failed", code);
         if (s.packet->stream_index != s.stream) {
-            av_packet_unref(s.packet);
+            F().av_packet_unref(s.packet);
             continue;
         }
         if (HoldMjpeg(frame, hold) || DecodeMjpegDirectly(frame)) {
             if (source_.paced && s.packet->pts != AV_NOPTS_VALUE)
                 Pace(static_cast<double>(s.packet->pts) * av_q2d(time_base));
-            av_packet_unref(s.packet);
+            F().av_packet_unref(s.packet);
             Deliver(frame, sink, connected);
             continue;
         }
-        code = avcodec_send_packet(s.codec, s.packet);
-        av_packet_unref(s.packet);
+        code = F().avcodec_send_packet(s.codec, s.packet);
+        F().av_packet_unref(s.packet);
         if (code < 0 && code != AVERROR(EAGAIN)) { // a broken packet: skip it
             CountUnreadable(unreadable);
             continue;
         }
-        while (avcodec_receive_frame(s.codec, s.frame) == 0) {
+        while (F().avcodec_receive_frame(s.codec, s.frame) == 0) {
             if (source_.paced && s.frame->best_effort_timestamp != AV_NOPTS_VALUE)
                 Pace(static_cast<double>(s.frame->best_effort_timestamp) * av_q2d(time_base));
             const bool ok = Convert(frame);
-            av_frame_unref(s.frame);
+            F().av_frame_unref(s.frame);
             if (stop_) continue;
             if (!ok) {
                 CountUnreadable(unreadable);

@@ -1,8 +1,6 @@
 #include "capture/host_probe.h"
 
-extern "C" {
-#include <libavformat/avformat.h>
-}
+#include "capture/ffmpeg_library.h"
 
 #include <cerrno>
 #include <cstring>
@@ -16,11 +14,12 @@ extern "C" {
 namespace tess {
 
 HostPort NetworkHost(const CameraSource& source) {
-    if (source.kind != CameraKind::Rtsp && source.kind != CameraKind::Http) return {};
+    const FfmpegLibrary* ffmpeg = Ffmpeg();
+    if (!ffmpeg || (source.kind != CameraKind::Rtsp && source.kind != CameraKind::Http)) return {};
     char protocol[16] = {}, auth[256] = {}, host[256] = {}, path[8] = {};
     int port = -1;
-    av_url_split(protocol, sizeof protocol, auth, sizeof auth, host, sizeof host, &port, path,
-                 sizeof path, source.address.c_str());
+    ffmpeg->av_url_split(protocol, sizeof protocol, auth, sizeof auth, host, sizeof host, &port,
+                         path, sizeof path, source.address.c_str());
     if (port <= 0) {
         if (strcasecmp(protocol, "rtsp") == 0)
             port = 554;
