@@ -4,6 +4,7 @@
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
 #include "publish/ftp_test_server.h"
+#include "support/free_port.h"
 #include "support/http_test_server.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
@@ -36,11 +37,7 @@ std::string JpegBytes() {
     return std::string(bytes.begin(), bytes.end());
 }
 
-std::uint16_t FreePort() {
-    asio::io_context loop;
-    asio::ip::tcp::acceptor probe(loop, {asio::ip::address_v4::loopback(), 0});
-    return probe.local_endpoint().port();
-}
+using test::FreePort;
 
 std::string Portfolio(const std::string& extra_canvas, int port) {
     return "[Canvas01]\r\nFileName=cam.can\r\n" + extra_canvas +

@@ -3,6 +3,7 @@
 // and the web server go on as if nothing happened.
 
 #include "imaging/jpeg.h"
+#include "support/free_port.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"
@@ -23,11 +24,7 @@ using namespace std::chrono_literals;
 
 constexpr long long kMegabyte = 1024 * 1024;
 
-std::uint16_t FreePort() {
-    asio::io_context loop;
-    asio::ip::tcp::acceptor probe(loop, {asio::ip::address_v4::loopback(), 0});
-    return probe.local_endpoint().port();
-}
+using test::FreePort;
 
 // A /proc/PID/status field in kB; -1 once the process is gone.
 long long StatusKb(int pid, const std::string& field) {

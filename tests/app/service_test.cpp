@@ -3,6 +3,7 @@
 
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "support/free_port.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"
@@ -31,11 +32,7 @@ bool Has(const std::string& text, const std::string& part) {
 
 using namespace std::chrono_literals;
 
-std::uint16_t FreePort() {
-    asio::io_context loop;
-    asio::ip::tcp::acceptor probe(loop, {asio::ip::address_v4::loopback(), 0});
-    return probe.local_endpoint().port();
-}
+using test::FreePort;
 
 // The inode of the socket listening on `port`, from the kernel's table; 0 when none.
 unsigned long ListenerInode(std::uint16_t port) {

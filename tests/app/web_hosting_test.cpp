@@ -10,6 +10,7 @@
 #include "imaging/jpeg.h"
 #include "imaging/picture_decoders.h"
 #include "publish/quadrants_picture.h"
+#include "support/free_port.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"
@@ -22,11 +23,7 @@
 namespace tess {
 namespace {
 
-std::uint16_t FreePort() {
-    asio::io_context loop;
-    asio::ip::tcp::acceptor probe(loop, {asio::ip::address_v4::loopback(), 0});
-    return probe.local_endpoint().port();
-}
+using test::FreePort;
 
 // A program folder whose last portfolio serves canvas 1 as "Canvas01.jpg" on `port`, with a
 // page in its web folder that shows the picture.

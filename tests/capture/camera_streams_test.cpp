@@ -6,6 +6,7 @@
 #include "capture/video_feed.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "support/free_port.h"
 #include "support/http_test_server.h"
 #include "support/run_process.h"
 
@@ -37,17 +38,7 @@ double SteadyDate() {
 }
 
 // A port nobody listens on at the moment.
-int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
-    ::close(fd);
-    return ntohs(address.sin_port);
-}
+using test::FreePort;
 
 // Waits until something listens on the port; false after `limit`.
 bool Listening(int port, std::chrono::milliseconds limit) {

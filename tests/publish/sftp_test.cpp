@@ -5,6 +5,7 @@
 // machine, and sshd checks the password itself (no PAM).
 
 #include "publish/ftp_engine_fixture.h"
+#include "support/free_port.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 
@@ -28,11 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int FreePort() {
-    asio::io_context io;
-    asio::ip::tcp::acceptor acceptor(io, {asio::ip::make_address("127.0.0.1"), 0});
-    return acceptor.local_endpoint().port();
-}
+using test::FreePort;
 
 void Run(const std::vector<std::string>& argv, const std::string& directory) {
     test::ProcessResult result = test::RunProcess(argv, directory);
