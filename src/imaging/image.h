@@ -131,11 +131,17 @@ public:
         bool Empty() const { return width <= 0 || height <= 0; }
     };
     Bounds ShadowBounds(int x, int y);
+    // The rectangle MergeImageTo(destination, x, y) may touch.
+    Bounds ImageBounds(int x, int y);
     void MergeShadowTo(DIB& destination, int x, int y);
     void MergeImageTo(DIB& destination, int x, int y);
     // True when MergeImageTo at (x, y) would replace every pixel of a width x height
     // destination: an opaque picture, without transparent colours, covering it whole.
     bool CoversOpaquely(int width, int height, int x, int y);
+    // True when MergeImageTo at (x, y) would copy a width x height source picture as it is
+    // onto a destination of that size: no stage changes a pixel, nothing shows through. Read
+    // from the settings alone, so it holds for the next picture of that size too.
+    bool PassesPictureThrough(int width, int height, int x, int y) const;
 
 private:
     void MarkFrom(bool image, bool crop);

@@ -131,6 +131,13 @@ Image::Bounds Image::ShadowBounds(int x, int y) {
             shadow_.Height()};
 }
 
+Image::Bounds Image::ImageBounds(int x, int y) {
+    const DIB& finished = GetFinalizedDIB();
+    if (!finished.HasBitmap()) return {};
+    const int k = Rotating() ? alignment_ : 0;
+    return {x - offsets_.x[k], y - offsets_.y[k], finished.Width(), finished.Height()};
+}
+
 void Image::MergeShadowTo(DIB& destination, int x, int y) {
     if (!destination.HasBitmap()) return;
     const Bounds bounds = ShadowBounds(x, y);
@@ -153,6 +160,18 @@ bool Image::CoversOpaquely(int width, int height, int x, int y) {
     const int left = x - offsets_.x[k], top = y - offsets_.y[k];
     return left <= 0 && top <= 0 && left + finished.Width() >= width &&
            top + finished.Height() >= height;
+}
+
+bool Image::PassesPictureThrough(int width, int height, int x, int y) const {
+    if (picture_.Width() != width || picture_.Height() != height || picture_.HasOpacity())
+        return false;
+    const bool stretching = stretch_enabled_ && stretched_width_ != 0 && stretched_height_ != 0 &&
+                            (stretched_width_ != width || stretched_height_ != height);
+    if (color_processing_ != 0 || Cropping() || stretching || Rotating() || Feathering() ||
+        PerPixelOpacity() || opacity_mode_ != kOpacityMerge || Level() != 255 ||
+        transparent_enabled_)
+        return false;
+    return x == offsets_.x[0] && y == offsets_.y[0];
 }
 
 void Image::MergeImageTo(DIB& destination, int x, int y) {

@@ -3,6 +3,7 @@
 #include "base/atomic_file.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "imaging/jpeg_codec.h"
 #include "imaging/picture_decoders.h"
 
 #include <algorithm>
@@ -15,38 +16,13 @@ namespace tess {
 
 namespace {
 
+using jpeg_codec::ThreadDecompressor;
+
 // Larger files are no camera picture: refusing them keeps a bad path from eating memory.
 constexpr std::size_t kMaxJpegFileBytes = 256u << 20;
 // Even a flat picture costs a few bits per 8 x 8 block: a file claiming more pixels than this
 // per byte is damaged, and we would rather not take its memory to find out.
 constexpr std::int64_t kJpegPixelsPerByte = 4096;
-
-// One decompressor per thread, made on first use and kept: making one costs more than
-// decoding a small picture.
-class Decompressor {
-public:
-    Decompressor() : handle_(tjInitDecompress()) {}
-    ~Decompressor() {
-        if (handle_) tjDestroy(handle_);
-    }
-    Decompressor(const Decompressor&) = delete;
-    Decompressor& operator=(const Decompressor&) = delete;
-    tjhandle Handle() const { return handle_; }
-    // After a failed header or decoding the handle can be left mid-picture, and then refuses
-    // the next header once; a fresh one is cheap next to the failures that need it.
-    void Renew() {
-        if (handle_) tjDestroy(handle_);
-        handle_ = tjInitDecompress();
-    }
-
-private:
-    tjhandle handle_;
-};
-
-Decompressor& ThreadDecompressor() {
-    thread_local Decompressor decompressor;
-    return decompressor;
-}
 
 } // namespace
 
@@ -66,21 +42,37 @@ bool JpegSize(std::span<const std::uint8_t> bytes, int& width, int& height) {
     return false;
 }
 
-namespace {
+namespace jpeg_codec {
 
-// The header of a picture worth decoding: a size within the DIB limits and plausible for the
-// number of bytes.
-bool DecodableSize(tjhandle handle, std::span<const std::uint8_t> bytes, int& width, int& height) {
-    int subsampling = 0, colorspace = 0;
+Decompressor& ThreadDecompressor() {
+    thread_local Decompressor decompressor;
+    return decompressor;
+}
+
+bool DecodableHeader(std::span<const std::uint8_t> bytes, Header& header) {
+    tjhandle handle = ThreadDecompressor().Handle();
     if (!handle || bytes.empty()) return false;
-    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &width, &height, &subsampling,
-                            &colorspace) != 0) {
+    if (tjDecompressHeader3(handle, bytes.data(), bytes.size(), &header.width, &header.height,
+                            &header.subsampling, &header.colorspace) != 0) {
         ThreadDecompressor().Renew();
         return false;
     }
+    const int width = header.width, height = header.height;
     if (width <= 0 || height <= 0 || !DIB::SizeAllowed(width, height)) return false;
     return std::int64_t{width} * height / kJpegPixelsPerByte <=
            static_cast<std::int64_t>(bytes.size());
+}
+
+} // namespace jpeg_codec
+
+namespace {
+
+bool DecodableSize(std::span<const std::uint8_t> bytes, int& width, int& height) {
+    jpeg_codec::Header header;
+    if (!jpeg_codec::DecodableHeader(bytes, header)) return false;
+    width = header.width;
+    height = header.height;
+    return true;
 }
 
 } // namespace
@@ -88,7 +80,7 @@ bool DecodableSize(tjhandle handle, std::span<const std::uint8_t> bytes, int& wi
 bool DecodeJpegBottomUpBgr(std::span<const std::uint8_t> bytes, std::vector<std::uint8_t>& pixels,
                            int& width, int& height) {
     tjhandle handle = ThreadDecompressor().Handle();
-    if (!DecodableSize(handle, bytes, width, height)) return false;
+    if (!DecodableSize(bytes, width, height)) return false;
     const int pitch = (width * 3 + 3) & ~3;
     pixels.resize(static_cast<std::size_t>(pitch) * height);
     if (tjDecompress2(handle, bytes.data(), bytes.size(), pixels.data(), width, pitch, height,
@@ -101,7 +93,7 @@ bool DecodeJpegBottomUpBgr(std::span<const std::uint8_t> bytes, std::vector<std:
 bool DecodeJpegIntoDIB(std::span<const std::uint8_t> bytes, DIB& dib) {
     tjhandle handle = ThreadDecompressor().Handle();
     int width = 0, height = 0;
-    if (!DecodableSize(handle, bytes, width, height)) return false;
+    if (!DecodableSize(bytes, width, height)) return false;
     if (!dib.SetWidthHeight(width, height) || !dib.HasBitmap()) return false;
     // A warning (such as a truncated file) also fails: a half-written camera picture is not
     // worth showing.
@@ -139,22 +131,24 @@ JpegEncoder::~JpegEncoder() {
     if (handle_) tjDestroy(static_cast<tjhandle>(handle_));
 }
 
-std::span<const std::uint8_t> JpegEncoder::Encode(const DIB& dib, int quality) {
-    const int width = dib.Width(), height = dib.Height();
-    if (!handle_ || !dib.HasBitmap() || width == 0 || height == 0) return {};
-    quality = std::clamp(quality, 1, 100);
+bool JpegEncoder::Reserve(int width, int height) {
     // The codec's worst case for this size, allocated once per size: it then never has to
     // grow the buffer while encoding.
     const unsigned long worst = tjBufSize(width, height, TJSAMP_420);
-    if (worst > capacity_) {
-        if (buffer_) tjFree(buffer_);
-        buffer_ = tjAlloc(static_cast<int>(worst));
-        capacity_ = buffer_ ? worst : 0;
-        if (!buffer_) return {};
-    }
+    if (worst <= capacity_) return true;
+    if (buffer_) tjFree(buffer_);
+    buffer_ = tjAlloc(static_cast<int>(worst));
+    capacity_ = buffer_ ? worst : 0;
+    return buffer_ != nullptr;
+}
+
+std::span<const std::uint8_t> JpegEncoder::Encode(const DIB& dib, int quality) {
+    const int width = dib.Width(), height = dib.Height();
+    if (!handle_ || !dib.HasBitmap() || width == 0 || height == 0) return {};
+    if (!Reserve(width, height)) return {};
     unsigned long size = capacity_;
     if (tjCompress2(static_cast<tjhandle>(handle_), dib.DIBPtr(), width, dib.Pitch(), height,
-                    TJPF_BGR, &buffer_, &size, TJSAMP_420, quality,
+                    TJPF_BGR, &buffer_, &size, TJSAMP_420, std::clamp(quality, 1, 100),
                     TJFLAG_BOTTOMUP | TJFLAG_NOREALLOC) != 0) {
         LogWarning("JPEG encoding of a {} x {} picture failed: {}", width, height,
                    tjGetErrorStr2(static_cast<tjhandle>(handle_)));
@@ -164,9 +158,42 @@ std::span<const std::uint8_t> JpegEncoder::Encode(const DIB& dib, int quality) {
     return {buffer_, size};
 }
 
-std::vector<std::uint8_t> EncodeJpeg(const DIB& dib, int quality) {
+std::span<const std::uint8_t> JpegEncoder::EncodePlanes(const YCbCrPlanes& planes, int quality) {
+    const int width = planes.width, height = planes.height;
+    if (!handle_ || !planes.Whole()) return {};
+    if (!Reserve(width, height)) return {};
+    int luma_stride = 0;
+    const std::uint8_t* luma = jpeg_codec::PaddedLuma(planes, luma_, luma_stride);
+    const unsigned char* sources[3] = {luma, planes.cb.data(), planes.cr.data()};
+    const int strides[3] = {luma_stride, planes.ChromaWidth(), planes.ChromaWidth()};
+    unsigned long size = capacity_;
+    if (tjCompressFromYUVPlanes(static_cast<tjhandle>(handle_), sources, width, strides, height,
+                                TJSAMP_420, &buffer_, &size, std::clamp(quality, 1, 100),
+                                TJFLAG_NOREALLOC) != 0) {
+        LogWarning("JPEG encoding of {} x {} planes failed: {}", width, height,
+                   tjGetErrorStr2(static_cast<tjhandle>(handle_)));
+        return {};
+    }
+    if (size > JpegSizeBound(width, height)) return {};
+    return {buffer_, size};
+}
+
+namespace {
+
+JpegEncoder& ThreadEncoder() {
     thread_local JpegEncoder encoder;
-    std::span<const std::uint8_t> stream = encoder.Encode(dib, quality);
+    return encoder;
+}
+
+} // namespace
+
+std::vector<std::uint8_t> EncodeJpeg(const DIB& dib, int quality) {
+    std::span<const std::uint8_t> stream = ThreadEncoder().Encode(dib, quality);
+    return {stream.begin(), stream.end()};
+}
+
+std::vector<std::uint8_t> EncodeJpegPlanes(const YCbCrPlanes& planes, int quality) {
+    std::span<const std::uint8_t> stream = ThreadEncoder().EncodePlanes(planes, quality);
     return {stream.begin(), stream.end()};
 }
 

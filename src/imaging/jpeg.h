@@ -4,6 +4,7 @@
 // own rows (bottom-up, blue-green-red, padded pitch): no pixel is copied on the way.
 
 #include "imaging/dib.h"
+#include "imaging/ycbcr_planes.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -57,14 +58,21 @@ public:
     // The stream, valid until the next call; empty for an empty DIB, a codec failure or a
     // stream longer than JpegSizeBound.
     std::span<const std::uint8_t> Encode(const DIB& dib, int quality);
+    // The same from 4:2:0 planes, with no colour conversion.
+    std::span<const std::uint8_t> EncodePlanes(const YCbCrPlanes& planes, int quality);
 
 private:
+    // Room for the codec's worst case at this size; false when it could not be had.
+    bool Reserve(int width, int height);
+
     void* handle_ = nullptr;
     unsigned char* buffer_ = nullptr;
     unsigned long capacity_ = 0;
+    std::vector<std::uint8_t> luma_; // planes of odd size, padded for the codec
 };
 
 // The same through one encoder per thread; the bytes are the caller's to keep.
 std::vector<std::uint8_t> EncodeJpeg(const DIB& dib, int quality);
+std::vector<std::uint8_t> EncodeJpegPlanes(const YCbCrPlanes& planes, int quality);
 
 } // namespace tess
