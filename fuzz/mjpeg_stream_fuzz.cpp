@@ -1,5 +1,6 @@
 // A camera's MJPEG stream as FFmpeg reads it (the multipart parser) and each frame decoded
-// and converted into a frame bitmap: no input may crash it or write past the frame.
+// and converted into a frame bitmap, or into YCbCr planes for every other input: no input may
+// crash it or write past the frame.
 
 #include "capture/camera_source.h"
 #include "capture/ffmpeg_session.h"
@@ -27,10 +28,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     source.address = path;
     std::atomic<bool> stop{false};
     tess::FfmpegSession session(source, stop);
+    static std::atomic<bool> planes{false};
+    planes = !planes;
+    session.SetPlanesWanted(&planes);
     session.Run(
         [](tess::RawFrame& frame) {
-            if (frame.width <= 0 || frame.height <= 0 || frame.Size() > frame.bytes.size())
+            if (frame.width <= 0 || frame.height <= 0) std::abort();
+            if (frame.in_planes) {
+                if (!frame.planes.Whole() || frame.planes.width != frame.width ||
+                    frame.planes.height != frame.height)
+                    std::abort();
+            } else if (frame.Size() > frame.bytes.size()) {
                 std::abort();
+            }
         },
         std::chrono::steady_clock::now());
     return 0;

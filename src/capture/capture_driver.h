@@ -7,8 +7,11 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace tess {
+
+struct YCbCrPlanes;
 
 // The description of one delivered frame, laid out as the feed reads it: `data` holds
 // `bytes_used` bytes of bottom-up rows padded to 4 bytes, of 3-byte BGR pixels or, from a
@@ -19,6 +22,11 @@ struct VideoHeader {
     std::uint32_t bytes_used = 0;
     std::uint32_t time_captured = 0; // milliseconds since the driver connected
     std::uint32_t flags = 0;
+    // A 24-bit frame may come instead as the YCbCr planes of the camera's JPEG, with the JPEG
+    // itself (`data` null, `bytes_used` the size of its BGR rows). The feed takes both over,
+    // leaving the driver the buffers it held before.
+    YCbCrPlanes* planes = nullptr;
+    std::vector<std::uint8_t>* jpeg = nullptr;
 };
 
 // The frame format as a bitmap header states it.
@@ -61,6 +69,9 @@ public:
     virtual bool DeliverFrame(const FrameCallback& callback) = 0;
     // What the driver is doing, in words, for the feed's log and `tessarolle feeds`.
     virtual std::string StateText() const = 0;
+    // Whether the feed would rather have MJPEG frames as YCbCr planes (nothing needed their
+    // BGR rows lately). Drivers without MJPEG ignore it.
+    virtual void SetPlanesWanted(bool /*wanted*/) {}
 };
 
 } // namespace tess

@@ -3,6 +3,7 @@
 #include "capture/ffmpeg_session.h"
 #include "capture/host_probe.h"
 #include "imaging/jpeg.h"
+#include "imaging/ycbcr_planes.h"
 
 #include <algorithm>
 #include <utility>
@@ -67,8 +68,14 @@ bool FfmpegCapture::DeliverFrame(const FrameCallback& callback) {
     }
     if (delivered_.held && !DecodeHeld()) return false;
     VideoHeader header;
-    header.data = delivered_.bytes.data();
-    header.buffer_length = static_cast<std::uint32_t>(delivered_.bytes.size());
+    if (delivered_.in_planes) {
+        header.planes = &delivered_.planes;
+        header.jpeg = &delivered_.jpeg;
+        header.buffer_length = static_cast<std::uint32_t>(delivered_.Size());
+    } else {
+        header.data = delivered_.bytes.data();
+        header.buffer_length = static_cast<std::uint32_t>(delivered_.bytes.size());
+    }
     header.bytes_used = static_cast<std::uint32_t>(delivered_.Size());
     header.time_captured = delivered_.time_captured;
     callback(header);
@@ -162,8 +169,11 @@ bool FfmpegCapture::HoldNextFrame() {
 bool FfmpegCapture::DecodeHeld() {
     RawFrame& frame = delivered_;
     int width = 0, height = 0;
-    const bool ok = DecodeJpegBottomUpBgr(frame.jpeg, frame.bytes, width, height) &&
-                    width == frame.width && height == frame.height;
+    frame.in_planes = planes_wanted_ && DecodeJpegToPlanes(frame.jpeg, frame.planes) &&
+                      frame.planes.width == frame.width && frame.planes.height == frame.height;
+    const bool ok =
+        frame.in_planes || (DecodeJpegBottomUpBgr(frame.jpeg, frame.bytes, width, height) &&
+                            width == frame.width && height == frame.height);
     frame.held = false;
     std::lock_guard lock(mutex_);
     if (!ok) {
@@ -183,6 +193,7 @@ void FfmpegCapture::ReaderLoop() {
     auto backoff = kFirstRetry;
     while (!stop_) {
         FfmpegSession session(source_, stop_);
+        session.SetPlanesWanted(&planes_wanted_);
         const SessionEnd end = session.Run([this](RawFrame& frame) { Publish(frame); }, connected,
                                            [this] { SetState(ReaderState::Unreadable, {}); },
                                            [this] { return HoldNextFrame(); });

@@ -3,6 +3,7 @@
 #include "capture/ffmpeg_library.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "imaging/ycbcr_planes.h"
 
 extern "C" {
 #include <libavutil/imgutils.h>
@@ -179,6 +180,7 @@ bool FfmpegSession::Convert(RawFrame& out) {
     out.height = f->height;
     out.bytes_per_pixel = raw555 ? 2 : 3;
     out.held = false;
+    out.in_planes = false;
     // Room for the widened picture, so that 16-bit frames can be widened in place.
     out.bytes.resize(RawFrame::Pitch(out.width, 3) * out.height + kScaleSlack);
     const int pitch = static_cast<int>(out.Pitch());
@@ -297,10 +299,17 @@ void FfmpegSession::Deliver(RawFrame& frame, const FrameSink& sink,
 bool FfmpegSession::DecodeMjpegDirectly(RawFrame& out) {
     const State& s = *state_;
     if (s.codec->codec_id != AV_CODEC_ID_MJPEG || s.packet->size <= 0) return false;
+    const std::span<const std::uint8_t> jpeg(s.packet->data,
+                                             static_cast<std::size_t>(s.packet->size));
     int width = 0, height = 0;
-    if (!DecodeJpegBottomUpBgr({s.packet->data, static_cast<std::size_t>(s.packet->size)},
-                               out.bytes, width, height))
+    out.in_planes = planes_wanted_ && *planes_wanted_ && DecodeJpegToPlanes(jpeg, out.planes);
+    if (out.in_planes) {
+        out.jpeg.assign(jpeg.begin(), jpeg.end());
+        width = out.planes.width;
+        height = out.planes.height;
+    } else if (!DecodeJpegBottomUpBgr(jpeg, out.bytes, width, height)) {
         return false;
+    }
     if ((s.codec->width > 0 && width != s.codec->width) ||
         (s.codec->height > 0 && height != s.codec->height))
         return false;
@@ -317,6 +326,7 @@ bool FfmpegSession::HoldMjpeg(RawFrame& out, const HoldTest& hold) {
     if (s.codec->codec_id != AV_CODEC_ID_MJPEG || s.packet->size <= 0) return false;
     if (s.codec->width <= 0 || s.codec->height <= 0 || !hold || !hold()) return false;
     out.jpeg.assign(s.packet->data, s.packet->data + s.packet->size);
+    out.in_planes = false;
     out.width = s.codec->width;
     out.height = s.codec->height;
     out.bytes_per_pixel = 3;

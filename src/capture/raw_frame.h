@@ -3,6 +3,8 @@
 // One frame as a capture backend hands it over: bottom-up rows padded to 4 bytes, of
 // 3-byte BGR pixels or, from a raw 16-bit device, 2-byte 5-5-5 pixels.
 
+#include "imaging/ycbcr_planes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -20,6 +22,10 @@ struct RawFrame {
     // decoded, and the ones a newer frame replaces first never are.
     bool held = false;
     std::vector<std::uint8_t> jpeg;
+    // An MJPEG frame decoded only as far as its YCbCr planes (`jpeg` keeps the frame): a
+    // 24-bit picture whose BGR rows are made only if something asks for them.
+    bool in_planes = false;
+    YCbCrPlanes planes;
 
     static std::size_t Pitch(int width, int bytes_per_pixel) {
         return (static_cast<std::size_t>(width) * bytes_per_pixel + 3) & ~std::size_t{3};

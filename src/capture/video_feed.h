@@ -7,6 +7,7 @@
 #include "capture/capture_driver.h"
 #include "capture/motion_detect.h"
 #include "imaging/dib.h"
+#include "imaging/ycbcr_planes.h"
 
 #include <cstdint>
 #include <functional>
@@ -114,14 +115,25 @@ public:
     void SetShowPreviewInSetup(bool value) { show_preview_in_setup_ = value; }
     // One-shot: the next frame's header and format go to the log.
     void SetShowDebugInfo(bool value) { show_debug_info_ = value; }
-    // The last frame as a 24-bit bitmap, and a number that changes with every new one.
-    const tess::DIB& DIB() const { return dib_; }
+    // The last frame as a 24-bit bitmap, and a number that changes with every new one. A
+    // frame that came as YCbCr planes gets its bitmap here, on the first call.
+    const tess::DIB& DIB() const;
+    // Whether a frame is there to draw, without making its bitmap.
+    bool HasPicture() const { return dib_.HasBitmap(); }
     std::uint64_t FrameRevision() const { return revision_; }
+    // The last frame's YCbCr planes when it came that way, else null. Asking says the planes
+    // are of use: MJPEG frames keep coming that way while nothing needs their bitmaps.
+    const YCbCrPlanes* Planes() const;
+    // After a frame's bitmap was needed, this many frames come as bitmaps before planes are
+    // tried again: a viewer that needs both must not make every frame be decoded twice.
+    static constexpr int kBitmapFramesAfterUse = 100;
     // The driver's state in words ("receiving frames", "lost (...), retrying").
     std::string DriverState() const;
 
 private:
     bool CopyFrame(const VideoHeader& header, double bytes_per_pixel);
+    bool TakePlanes(const VideoHeader& header);
+    void AskForPlanes();
     void LogFrameInfo(const VideoHeader& header, double bytes_per_pixel) const;
     void CountFrame(double now);
     // Where the motion detector takes each new frame; wired when the detector is built.
@@ -158,7 +170,13 @@ private:
     bool reset_frame_ = true;
     bool show_preview_in_setup_ = false;
     bool show_debug_info_ = false;
-    tess::DIB dib_;
+    mutable tess::DIB dib_; // made from planes_ on demand
+    YCbCrPlanes planes_;
+    std::vector<std::uint8_t> planes_jpeg_; // the frame the planes came from
+    bool planes_current_ = false;           // the newest frame is in planes_
+    mutable bool dib_pending_ = false;      // dib_ still holds an older frame
+    mutable bool planes_asked_ = false;     // since the last frame
+    mutable int bitmap_frames_left_ = 0;
     std::vector<std::uint8_t> buffer_; // 16-bit frames widened here
     std::uint64_t revision_ = 0;
     std::string driver_state_; // as last logged

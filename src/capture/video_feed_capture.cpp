@@ -4,6 +4,7 @@
 #include "capture/capture_drivers.h"
 #include "capture/padded_size.h"
 #include "capture/video_feed.h"
+#include "imaging/jpeg.h"
 #include "imaging/kernels.h"
 
 #include <cmath>
@@ -174,6 +175,44 @@ void VideoFeed::FrameCallback(const VideoHeader& header, double now) {
         show_debug_info_ = false;
     }
     if (CopyFrame(header, bytes_per_pixel)) ++revision_;
+    AskForPlanes();
+}
+
+// Planes are asked for while something takes them (a canvas passing the frame through) and
+// no bitmap of a planes frame was needed lately.
+void VideoFeed::AskForPlanes() {
+    if (bitmap_frames_left_ > 0) --bitmap_frames_left_;
+    if (driver_)
+        driver_->SetPlanesWanted(planes_asked_ && bitmap_frames_left_ == 0 && !motion_.Enabled());
+    planes_asked_ = false;
+}
+
+const YCbCrPlanes* VideoFeed::Planes() const {
+    planes_asked_ = true;
+    return planes_current_ ? &planes_ : nullptr;
+}
+
+const DIB& VideoFeed::DIB() const {
+    if (!dib_pending_) return dib_;
+    dib_pending_ = false;
+    bitmap_frames_left_ = kBitmapFramesAfterUse;
+    // The same JPEG decoded straight to BGR: exactly the picture a bitmap frame would give.
+    if (!DecodeJpegIntoDIB(planes_jpeg_, dib_) || dib_.Width() != width_ ||
+        dib_.Height() != height_)
+        PlanesToDIB(planes_, dib_);
+    return dib_;
+}
+
+// A frame in planes is taken over whole (the driver gets the old buffers back); its bitmap
+// waits until something asks for it.
+bool VideoFeed::TakePlanes(const VideoHeader& header) {
+    if (header.planes->width != width_ || header.planes->height != height_ || !header.jpeg)
+        return false;
+    std::swap(planes_, *header.planes);
+    std::swap(planes_jpeg_, *header.jpeg);
+    planes_current_ = true;
+    dib_pending_ = true;
+    return true;
 }
 
 // Depths other than 24 and 16 bits are not converted: the picture and flags stay as they were.
@@ -183,7 +222,9 @@ bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
     if (bytes_per_pixel != 3 && bytes_per_pixel != 2) return false;
     const auto size = static_cast<std::size_t>(PaddedSize(width_, height_, 3));
     if (!dib_.HasBitmap() || header.bytes_used > size || dib_.BufferSize() > size) return false;
-    if (bytes_per_pixel == 3) {
+    if (header.planes) {
+        if (bytes_per_pixel != 3 || !TakePlanes(header)) return false;
+    } else if (bytes_per_pixel == 3) {
         std::memcpy(dib_.DIBPtr(), header.data, dib_.BufferSize());
     } else {
         if (buffer_.size() != size) buffer_.assign(size, 0);
@@ -192,6 +233,7 @@ bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
         DIB1624(buffer_.data(), width_, height_);
         std::memcpy(dib_.DIBPtr(), buffer_.data(), dib_.BufferSize());
     }
+    if (!header.planes) planes_current_ = dib_pending_ = false;
     new_dib_ = true;
     new_preview_dib_ = true;
     if (motion_.Enabled()) FeedMotionDetector();
@@ -204,7 +246,7 @@ bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
 // seconds.
 void VideoFeed::FeedMotionDetector() {
     motion_.SetLastFrameInterval(last_frame_interval_ * kSecondsPerDay);
-    motion_.DiffFrames(dib_);
+    motion_.DiffFrames(DIB());
 }
 
 void VideoFeed::LogFrameInfo(const VideoHeader& header, double bytes_per_pixel) const {

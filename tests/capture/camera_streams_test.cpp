@@ -6,10 +6,12 @@
 #include "capture/video_feed.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "imaging/ycbcr_planes.h"
 #include "support/free_port.h"
 #include "support/http_test_server.h"
 #include "support/run_process.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <chrono>
 #include <csignal>
@@ -197,6 +199,51 @@ TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
         },
         10000ms);
     EXPECT_GE(checked, 10);
+}
+
+// While only planes are asked for, MJPEG frames stop at their YCbCr planes; the bitmap made
+// when one is wanted after all is exactly the frame's own decoding, and the frames after it
+// come as bitmaps for a while. Broken frames among the good ones still never show.
+TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
+    const std::vector<std::uint8_t> red = SolidJpeg(0x0000FF);
+    std::vector<std::uint8_t> truncated = SolidJpeg(0xFF0000);
+    truncated.resize(40);
+    ServedCamera camera;
+    camera.server.Endless("/mixed", kMultipartHead, Part(red) + Part(truncated));
+    camera.Start();
+
+    LiveFeed live(camera.server.Url("/mixed"));
+    std::uint64_t revision = 0;
+    int in_planes = 0;
+    ASSERT_TRUE(live.TickUntil(
+        [&] {
+            const YCbCrPlanes* planes = live.feed.Planes();
+            if (live.feed.FrameRevision() == revision || !planes) return false;
+            revision = live.feed.FrameRevision();
+            EXPECT_EQ(planes->width, 96);
+            EXPECT_EQ(planes->height, 64);
+            EXPECT_NEAR(planes->y[planes->width * 10 + 10], 76, 3); // red's luma
+            EXPECT_GE(planes->cr[planes->ChromaWidth() * 5 + 5], 250);
+            return ++in_planes >= 5;
+        },
+        10000ms));
+    DIB expected;
+    ASSERT_TRUE(DecodeJpegIntoDIB(red, expected));
+    const DIB& made = live.feed.DIB();
+    ASSERT_EQ(made.BufferSize(), expected.BufferSize());
+    EXPECT_TRUE(std::equal(made.DIBPtr(), made.DIBPtr() + made.BufferSize(), expected.DIBPtr()));
+
+    // The reader may have decoded a frame or two before it heard.
+    int after = 0, as_bitmaps = 0;
+    live.TickUntil(
+        [&] {
+            if (live.feed.FrameRevision() == revision) return false;
+            revision = live.feed.FrameRevision();
+            as_bitmaps += ++after > 2 && live.feed.Planes() == nullptr;
+            return after >= 8;
+        },
+        10000ms);
+    EXPECT_EQ(as_bitmaps, 6);
 }
 
 bool Mapped(const std::string& library) {

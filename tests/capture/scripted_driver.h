@@ -4,6 +4,7 @@
 // rule, frame counting and conversion. The FFmpeg backends are tested on real streams.
 
 #include "capture/capture_drivers.h"
+#include "imaging/ycbcr_planes.h"
 
 #include <array>
 #include <cstdint>
@@ -22,6 +23,11 @@ struct ScriptedCamera {
     std::vector<std::uint8_t> frame; // delivered at the next DeliverFrame after a request
     bool has_frame = false;
     std::uint32_t buffer_length = 0; // 0: the frame's size
+    // When set, the same frame as a JPEG: it is delivered as YCbCr planes while the feed
+    // wants them, as the MJPEG cameras do.
+    std::vector<std::uint8_t> jpeg;
+    bool planes_wanted = false;
+    int planes_delivered = 0;
 };
 
 class ScriptedDriver : public CaptureDriver {
@@ -50,16 +56,27 @@ public:
         camera_.pending = false;
         camera_.has_frame = false;
         VideoHeader header;
-        header.data = camera_.frame.data();
         header.bytes_used = static_cast<std::uint32_t>(camera_.frame.size());
         header.buffer_length = camera_.buffer_length ? camera_.buffer_length : header.bytes_used;
+        if (camera_.planes_wanted && !camera_.jpeg.empty() &&
+            DecodeJpegToPlanes(camera_.jpeg, planes_)) {
+            jpeg_ = camera_.jpeg;
+            header.planes = &planes_;
+            header.jpeg = &jpeg_;
+            ++camera_.planes_delivered;
+        } else {
+            header.data = camera_.frame.data();
+        }
         callback(header);
         return true;
     }
+    void SetPlanesWanted(bool wanted) override { camera_.planes_wanted = wanted; }
     std::string StateText() const override { return "receiving frames"; }
 
 private:
     ScriptedCamera& camera_;
+    YCbCrPlanes planes_;
+    std::vector<std::uint8_t> jpeg_;
 };
 
 class ScriptedCatalog : public DriverCatalog {
