@@ -11,6 +11,8 @@
 #include "document/text_item.h"
 #include "document/video_streaming.h"
 #include "imaging/dib.h"
+#include "imaging/ycbcr_overlay.h"
+#include "imaging/ycbcr_planes.h"
 #include "publish/canvas_web_server.h"
 #include "publish/ftp_push.h"
 #include "settings/ini.h"
@@ -208,7 +210,10 @@ public:
     // canvas file) when the picture would be too large.
     bool InitDIBs();
     void UnloadDIBs();
-    void ForceLayerRedraw(std::int32_t layer) { layers_.ForceLayerRedraw(layer); }
+    void ForceLayerRedraw(std::int32_t layer) {
+        layers_.ForceLayerRedraw(layer);
+        overlay_stale_ = true;
+    }
     // Every layer rebuilt at the next pass; a schedule that opens or closes asks for it.
     void ForceRedraw() { layers_.ForceRedraw(); }
     // Every item refreshed and every layer rebuilt at the next pass.
@@ -221,9 +226,12 @@ public:
     void AddTextAndGraphicLayer(std::int32_t layer);
 
     // The composed picture that is shown, saved and published; empty until first composed.
-    const tess::DIB& ComposedDIB() const { return layers_.Composed(); }
+    // A camera frame passed through to the live stream is drawn into it here, when asked.
+    const tess::DIB& ComposedDIB();
     // Goes up each time the composed picture changes.
-    std::uint64_t PictureRevision() const { return layers_.Revision(); }
+    std::uint64_t PictureRevision() const { return layers_.Revision() + passed_frames_; }
+    // Camera frames that went to the stream without being drawn (tests, benchmarks).
+    std::uint64_t PassedFrames() const { return passed_frames_; }
 
     // ---- Outputs ----
     // The fixed file, the sequential file and the desktop background when due at `now`.
@@ -260,6 +268,7 @@ private:
     // An item drawn or to be drawn on its layer: marks what must be rebuilt.
     void NoteDrawn(CanvasItem& item, bool changed);
     void NoteHidden(CanvasItem& item);
+    bool ComposePass(const CompositionServices& services);
     bool UpdateTexts(const CompositionServices& services, bool reload);
     bool UpdateGraphics(const CompositionServices& services, bool reload);
     // False when nothing changed, so the picture is the one already shown.
@@ -267,6 +276,18 @@ private:
     void DrawLayer(std::int32_t index, DIB& layer);
     bool LayerCoversCanvas(std::int32_t index);
     void MergeShadows(DIB& layer, std::int32_t index);
+
+    // ---- A camera frame passed through (canvas_pass_through.cpp) ----
+    GraphicItem* PassThroughCamera(double now);
+    bool DefersRefresh(const GraphicItem& item, bool reload) const;
+    void DeferCamera(GraphicItem& item, int index, const CompositionServices& services);
+    bool OverlayStale() const;
+    bool PassFrameThrough(const CompositionServices& services, bool changed_this_pass);
+    bool OverlayReady(bool changed_this_pass);
+    void DrawOverCamera(DIB& target, bool shadows);
+    enum class ShadowsOver { None, Frame, Items };
+    ShadowsOver CastShadows();
+    void DrawDeferredCamera();
     void SaveFixed(const std::vector<std::uint8_t>& jpeg);
     void SaveSequential(const std::vector<std::uint8_t>& jpeg, double now);
     void CheckLoadedSize();
@@ -335,6 +356,25 @@ private:
     double sequential_next_frame_ = 0;
     double background_next_frame_ = 0;
     tess::VideoStreaming video_streaming_;
+
+    // A camera item whose frames go to the stream as YCbCr planes, with what lies over them,
+    // and are drawn into the layers only when the composed picture is asked for.
+    GraphicItem* camera_ = nullptr;       // the candidate of the current pass
+    int deferred_index_ = 0;              // the camera item whose newest frame is not drawn; 0 none
+    std::uint64_t deferred_revision_ = 0; // that frame's revision
+    bool deferred_this_pass_ = false;
+    const CompositionServices* deferred_services_ = nullptr;
+    double deferred_now_ = 0;
+    bool overlay_stale_ = true; // an item over the camera changed since the overlay was made
+    std::uint64_t overlay_redraws_ = 0;
+    const GraphicItem* overlay_camera_ = nullptr;
+    bool overlay_ok_ = false;
+    const CanvasItem* drawing_over_ = nullptr; // while the overlay is drawn: the camera
+    bool shadows_over_ = false;                // and whether it is the shadows alone
+    bool composing_ = false;                   // inside UpdateImage
+    YCbCrOverlay overlay_;
+    YCbCrPlanes passed_;
+    std::uint64_t passed_frames_ = 0;
 };
 
 } // namespace tess

@@ -58,6 +58,7 @@ void Canvas::NoteDrawn(CanvasItem& item, bool changed) {
     const std::int32_t layer = item.Layer();
     layer_used_[layer] = true;
     if (!changed && item.DrawnLayer() == layer) return;
+    if (&item != camera_) overlay_stale_ = true;
     layers_.ForceLayerRedraw(layer);
     layers_.ForceLayerRedraw(item.DrawnLayer()); // moved from there, or -1: nothing
     item.SetDrawnLayer(layer);
@@ -65,15 +66,32 @@ void Canvas::NoteDrawn(CanvasItem& item, bool changed) {
 
 void Canvas::NoteHidden(CanvasItem& item) {
     if (item.DrawnLayer() < 0) return;
+    overlay_stale_ = true;
     layers_.ForceLayerRedraw(item.DrawnLayer());
     item.SetDrawnLayer(-1);
 }
 
 bool Canvas::UpdateImage(const CompositionServices& services) {
     if (!InitDIBs()) return true;
+    composing_ = true;
+    const bool running = ComposePass(services);
+    composing_ = false;
+    return running;
+}
+
+bool Canvas::ComposePass(const CompositionServices& services) {
     const bool reload = layers_.ReloadPending();
     layer_used_.fill(false);
+    const bool was_stale = OverlayStale();
+    camera_ = reload || !services.feed_planes ? nullptr : PassThroughCamera(services.now);
+    deferred_this_pass_ = false;
     if (!UpdateTexts(services, reload) || !UpdateGraphics(services, reload)) return false;
+    if (deferred_this_pass_) {
+        if (PassFrameThrough(services, OverlayStale() && !was_stale)) return true;
+        DrawDeferredCamera();
+    } else if (deferred_index_ != 0 && layers_.FirstToRebuild() < CanvasLayers::kLayers) {
+        DrawDeferredCamera(); // something else changed: the whole picture is made
+    }
     // The live stream shows each new picture, and only new ones.
     if (RebuildLayers()) web_server_.PictureRecomposed(services.now);
     return true;
@@ -125,8 +143,17 @@ bool Canvas::UpdateTexts(const CompositionServices& services, bool reload) {
 
 bool Canvas::UpdateGraphics(const CompositionServices& services, bool reload) {
     const double now = services.now;
-    auto hide = [this](CanvasItem& item) { NoteHidden(item); };
+    auto hide = [this](CanvasItem& item) {
+        if (deferred_index_ != 0 && graphics_.items[deferred_index_].get() == &item)
+            deferred_index_ = 0;
+        NoteHidden(item);
+    };
     return ForEachShown(graphics_.items, now, hide, [&](GraphicItem& item, int i) {
+        if (&item == camera_ && DefersRefresh(item, reload)) {
+            DeferCamera(item, i, services);
+            return true;
+        }
+        if (i == deferred_index_) deferred_index_ = 0; // drawn the ordinary way from now on
         bool changed = false;
         if (reload || IsDue(item.NextTime(), item.Interval(), now) ||
             item.FeedFrameWaiting(services)) {
@@ -214,9 +241,13 @@ bool Canvas::LayerCoversCanvas(std::int32_t index) {
 
 void Canvas::DrawLayer(std::int32_t index, DIB& layer) {
     if (!layer.HasBitmap()) return;
-    MergeShadows(layer, index);
+    // What is drawn over a camera frame passed through leaves out the frame and the shadows
+    // of its layer, which lie beneath it.
+    if (!drawing_over_ || (shadows_over_ && drawing_over_->Layer() != index))
+        MergeShadows(layer, index);
+    if (drawing_over_ && shadows_over_) return; // the shadows alone
     for (auto& item : graphics_.items)
-        if (DrawsOn(item.get(), index))
+        if (DrawsOn(item.get(), index) && item.get() != drawing_over_)
             item->Image().MergeImageTo(layer, item->DrawX(), item->DrawY());
     for (auto& item : texts_.items)
         if (DrawsOn(item.get(), index))

@@ -5,6 +5,7 @@ namespace tess {
 bool CanvasLayers::Init(int width, int height) {
     if (width == width_ && height == height_) return true;
     Unload();
+    ++redraws_;
     if (!DIB::SizeAllowed(width, height)) return false;
     width_ = width;
     height_ = height;

@@ -29,8 +29,17 @@ public:
     int Height() const { return height_; }
 
     void ForceLayerRedraw(int layer);
-    void ForceRedraw() { redraw_ = true; }
-    void ForceReload() { reload_ = redraw_ = true; }
+    void ForceRedraw() {
+        redraw_ = true;
+        ++redraws_;
+    }
+    void ForceReload() {
+        reload_ = redraw_ = true;
+        ++redraws_;
+    }
+    // Counts the whole-canvas redraws asked for (and new sizes), which change what lies over
+    // a camera frame.
+    std::uint64_t Redraws() const { return redraws_; }
     bool ReloadPending() const { return reload_; }
     // The lowest layer to rebuild; kLayers when none needs it.
     int FirstToRebuild() const;
@@ -63,6 +72,7 @@ private:
     bool reload_ = true;
     int top_ = -1;
     std::uint64_t revision_ = 0;
+    std::uint64_t redraws_ = 0;
 };
 
 } // namespace tess

@@ -17,12 +17,19 @@ namespace tess {
 
 class DIB;
 class TextRenderer;
+struct YCbCrPlanes;
 class UrlFetcher;
 
 // A picture another object keeps, with a number that changes whenever its pixels do, so
 // that a copy is only taken of a new picture.
 struct SharedPicture {
     const DIB* picture = nullptr; // null: none (yet)
+    std::uint64_t revision = 0;
+};
+
+// A camera frame still in the YCbCr planes it was decoded to, with its feed's revision.
+struct FeedPlanes {
+    const YCbCrPlanes* planes = nullptr; // null: the frame is not in planes (or none came)
     std::uint64_t revision = 0;
 };
 
@@ -36,6 +43,11 @@ struct CompositionServices {
     std::function<SharedPicture(int slot)> canvas_picture;
     // The latest frame of the video feed of that name.
     std::function<SharedPicture(std::string_view feed_name)> feed_frame;
+    // The revision feed_frame would give, without making the frame's bitmap; 0: no frame.
+    std::function<std::uint64_t(std::string_view feed_name)> feed_revision;
+    // The newest frame as planes, for a canvas that passes it through undrawn; asking keeps
+    // the frames coming that way.
+    std::function<FeedPlanes(std::string_view feed_name)> feed_planes;
     // A download finished or a picture arrived between ticks: a tick is wanted soon.
     std::function<void()> wake;
 

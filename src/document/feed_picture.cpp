@@ -25,10 +25,27 @@ double FeedPicture::StaleTime(const VideoFeed& feed, double now, double limit) {
     return stale > now ? std::min(limit, stale) : limit;
 }
 
+namespace {
+
+bool Stale(const VideoFeed& feed, double now) {
+    return (now - feed.LastFrameTime()) * kSecondsPerDay > FeedPicture::kStaleSeconds;
+}
+
+} // namespace
+
+std::uint64_t FeedPicture::Revision(const VideoFeed& feed, double now) {
+    if (!feed.Valid() || !feed.HasPicture()) return 0;
+    return Stale(feed, now) ? feed.FrameRevision() | kStaleMark : feed.FrameRevision();
+}
+
+FeedPlanes FeedPicture::Planes(const VideoFeed& feed, double now) {
+    if (!feed.Valid() || !feed.HasPicture() || Stale(feed, now)) return {};
+    return {feed.Planes(), feed.FrameRevision()};
+}
+
 SharedPicture FeedPicture::Picture(const VideoFeed& feed, double now, TextRenderer* text) {
-    if (!feed.Valid() || !feed.DIB().HasBitmap()) return {};
-    const bool stale = (now - feed.LastFrameTime()) * kSecondsPerDay > kStaleSeconds;
-    if (!stale) return {&feed.DIB(), feed.FrameRevision()};
+    if (!feed.Valid() || !feed.HasPicture()) return {};
+    if (!Stale(feed, now)) return {&feed.DIB(), feed.FrameRevision()};
     if (dimmed_revision_ != feed.FrameRevision()) MakeDimmed(feed, text);
     return {&dimmed_, feed.FrameRevision() | kStaleMark};
 }

@@ -22,8 +22,8 @@ bool GraphicItem::Refresh(const CompositionServices& services, double now) {
 }
 
 bool GraphicItem::FeedFrameWaiting(const CompositionServices& services) const {
-    if (source_type_ != SourceType::VideoFeed || !services.feed_frame) return false;
-    return source_.IsNew(services.feed_frame(source_video_feed_name_));
+    if (source_type_ != SourceType::VideoFeed || !services.feed_revision) return false;
+    return source_.IsNew(services.feed_revision(source_video_feed_name_));
 }
 
 bool GraphicItem::UpdateImage() {

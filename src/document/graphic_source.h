@@ -37,9 +37,9 @@ public:
     // when the picture changed. Cheap when nothing arrived.
     bool TakeDownload(Image& image);
     // A shared picture (another canvas, a feed) other than the one shown last.
-    bool IsNew(SharedPicture shared) const {
-        return shared.picture && shared.picture->HasBitmap() &&
-               (!shared_shown_ || shared.revision != shared_revision_);
+    // A picture of that revision (0: none) is not the one shown.
+    bool IsNew(std::uint64_t revision) const {
+        return revision != 0 && (!shared_shown_ || revision != shared_revision_);
     }
 
 private:

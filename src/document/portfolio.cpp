@@ -29,10 +29,18 @@ Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
     // directly or round a circle of canvases, shows its own previous picture.
     composition_.canvas_picture = [this](int slot) -> SharedPicture {
         if (slot < 1 || slot > kCanvasSlots || !InUse(slot)) return {};
-        const tess::Canvas& canvas = *canvases_[slot];
+        tess::Canvas& canvas = *canvases_[slot];
         return {&canvas.ComposedDIB(), canvas.PictureRevision()};
     };
     composition_.feed_frame = [this](std::string_view name) { return FeedFrame(name); };
+    composition_.feed_revision = [this](std::string_view name) {
+        const tess::VideoFeed* feed = FindFeed(name);
+        return feed ? FeedPicture::Revision(*feed, capture_time_) : std::uint64_t{0};
+    };
+    composition_.feed_planes = [this](std::string_view name) {
+        const tess::VideoFeed* feed = FindFeed(name);
+        return feed ? FeedPicture::Planes(*feed, capture_time_) : FeedPlanes{};
+    };
     composition_.events = &events_;
     karvell_.SetScriptEvents(&events_);
     web_server_.SetScriptEvents(&events_);
@@ -78,13 +86,17 @@ void Portfolio::SetCapture(std::shared_ptr<const DriverCatalog> drivers, Capture
 }
 
 // Items name their feed as the user saw it; the first open feed of that name serves.
+const tess::VideoFeed* Portfolio::FindFeed(std::string_view feed_name) const {
+    for (const tess::VideoFeed& feed : feeds_)
+        if (feed.Enabled() && EqualsIgnoreCase(feed.FeedName(), feed_name)) return &feed;
+    return nullptr;
+}
+
 SharedPicture Portfolio::FeedFrame(std::string_view feed_name) {
-    for (int i = 0; i < kVideoFeeds; ++i) {
-        const tess::VideoFeed& feed = feeds_[i];
-        if (!feed.Enabled() || !EqualsIgnoreCase(feed.FeedName(), feed_name)) continue;
-        return feed_pictures_[i].Picture(feed, capture_time_, composition_.text_renderer);
-    }
-    return {};
+    const tess::VideoFeed* feed = FindFeed(feed_name);
+    if (!feed) return {};
+    return feed_pictures_[feed - feeds_.data()].Picture(*feed, capture_time_,
+                                                        composition_.text_renderer);
 }
 
 tess::CanvasWebServer* Portfolio::FindServedCanvas(std::string_view file_name) {

@@ -133,6 +133,7 @@ private:
     bool Running() const { return composition_.Running(); }
     bool InUse(int slot) const;
     SharedPicture FeedFrame(std::string_view feed_name);
+    const tess::VideoFeed* FindFeed(std::string_view feed_name) const;
 
     SunTimes* sun_;
     std::string file_name_;

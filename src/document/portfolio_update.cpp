@@ -70,7 +70,8 @@ void Portfolio::UpdateOtherPost() {
     for (int slot = 1; slot <= kCanvasSlots; ++slot) {
         if (!InUse(slot)) continue;
         tess::Canvas& canvas = *canvases_[slot];
-        canvas.VideoStreaming().Refresh(now, canvas.ComposedDIB(), outputs_.ftp_upload);
+        canvas.VideoStreaming().Refresh(
+            now, [&canvas]() -> const DIB& { return canvas.ComposedDIB(); }, outputs_.ftp_upload);
         if (!Running()) return;
     }
 }

@@ -31,7 +31,8 @@ public:
     // Starts the FTP push when it is enabled, its schedule is on and its time has come, and
     // its engine is not busy. The next time is set only when `upload` started one, so a push
     // that could not start is tried again at the next tick.
-    void Refresh(double now, const DIB& picture,
+    // `picture` is asked for only when an upload starts.
+    void Refresh(double now, const std::function<const DIB&()>& picture,
                  const std::function<bool(tess::FTPPush&, const DIB&)>& upload);
 
 private:

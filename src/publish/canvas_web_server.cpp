@@ -32,9 +32,11 @@ const JpegBytes& CanvasWebServer::JPEGData(double now) {
     return jpeg_;
 }
 
-void CanvasWebServer::Encode(double now) {
+void CanvasWebServer::Encode(double now, const YCbCrPlanes* planes) {
     std::vector<std::uint8_t> bytes;
-    if (picture_) {
+    if (planes) {
+        bytes = EncodeJpegPlanes(*planes, quality_);
+    } else if (picture_) {
         const DIB& picture = picture_();
         if (picture.HasBitmap()) bytes = EncodeJpeg(picture, quality_);
     }
@@ -51,12 +53,12 @@ void CanvasWebServer::Encode(double now) {
     last_modified_ = now;
 }
 
-void CanvasWebServer::PictureRecomposed(double now) {
+void CanvasWebServer::PictureRecomposed(double now, const YCbCrPlanes* planes) {
     if (!stream_->HasViewers()) {
         stream_stale_ = true;
         return;
     }
-    PublishToStream(now);
+    PublishToStream(now, planes);
 }
 
 std::shared_ptr<PictureStream> CanvasWebServer::StartStream(double now) {
@@ -68,9 +70,9 @@ std::shared_ptr<PictureStream> CanvasWebServer::StartStream(double now) {
 }
 
 // One encoding per picture, shared by the stream's viewers and the plain picture requests.
-void CanvasWebServer::PublishToStream(double now) {
+void CanvasWebServer::PublishToStream(double now, const YCbCrPlanes* planes) {
     if (!schedule_.EnableNow(now)) return stream_->End(off_schedule_file_);
-    Encode(now);
+    Encode(now, planes);
     stream_stale_ = false;
     stream_->Publish(*jpeg_);
 }

@@ -19,6 +19,7 @@ namespace tess {
 
 class DIB;
 class SunTimes;
+struct YCbCrPlanes;
 
 class CanvasWebServer {
 public:
@@ -80,7 +81,9 @@ public:
     // a new picture, and while anyone watches, that picture is encoded once (it becomes the
     // kept picture, whatever Interval says) and sent to every viewer. Outside the schedule
     // the stream ends.
-    void PictureRecomposed(double now);
+    // `planes`, when given, is the new picture in YCbCr form: the stream's part is encoded
+    // from it, and the canvas's bitmap is not asked for.
+    void PictureRecomposed(double now, const YCbCrPlanes* planes = nullptr);
     // A new viewer's stream, with a part to start from: the kept picture when it is the
     // canvas's newest, else a fresh encoding.
     std::shared_ptr<PictureStream> StartStream(double now);
@@ -99,8 +102,8 @@ public:
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }
-    void Encode(double now);
-    void PublishToStream(double now);
+    void Encode(double now, const YCbCrPlanes* planes = nullptr);
+    void PublishToStream(double now, const YCbCrPlanes* planes = nullptr);
 
     bool enabled_ = false;
     std::string file_name_;

@@ -11,11 +11,14 @@
 #include "imaging/picture_decoders.h"
 #include "publish/quadrants_picture.h"
 #include "support/free_port.h"
+#include "support/http_test_server.h"
 #include "support/run_process.h"
 #include "support/temp_dir.h"
 #include "support/web_client.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include <asio/ip/tcp.hpp>
 #include <gtest/gtest.h>
@@ -143,6 +146,89 @@ TEST_F(WebHosting, TheCanvasStreamShowsEachRecomposition) {
             EXPECT_EQ(decoded.Height(), 240);
         }
         EXPECT_NE(pictures[1], pictures[2]); // the seconds moved on
+        thread.OnLoop([&] {
+            modMain_Shutdown(app);
+            return 0;
+        });
+    }
+}
+
+// The whole JPEGs of a multipart answer, in order.
+std::vector<std::string> PartsOf(const std::string& bytes, const std::string& boundary) {
+    std::vector<std::string> pictures;
+    for (std::size_t at = bytes.find(boundary); at != std::string::npos;) {
+        const std::size_t head_end = bytes.find("\r\n\r\n", at);
+        const std::size_t next = bytes.find(boundary, at + 1);
+        if (head_end == std::string::npos || next == std::string::npos) break;
+        pictures.push_back(bytes.substr(head_end + 4, next - head_end - 6));
+        at = next;
+    }
+    return pictures;
+}
+
+// An MJPEG camera filling the canvas, with a white box and a shadowed caption over it: its
+// frames go to the stream as planes, and every part shows the box over a moving picture.
+TEST_F(WebHosting, AnMjpegCameraCanvasStreamsEachFrameWithItsItems) {
+    asio::io_context camera_loop;
+    test::HttpTestServer camera(camera_loop);
+    std::string parts;
+    for (int k = 0; k < 8; ++k) {
+        DIB frame(320, 240);
+        frame.Clear(0x204060 + 0x100000 * k);
+        const std::vector<std::uint8_t> jpeg = EncodeJpeg(frame, 90);
+        parts += "--frame\r\nContent-Type: image/jpeg\r\nContent-Length: " +
+                 std::to_string(jpeg.size()) + "\r\n\r\n" + std::string(jpeg.begin(), jpeg.end()) +
+                 "\r\n";
+    }
+    camera.Endless(
+        "/cam", "HTTP/1.1 200 OK\r\nContent-Type: multipart/x-mixed-replace;boundary=frame\r\n\r\n",
+        parts);
+    test::LoopThread camera_thread(camera_loop);
+
+    const std::uint16_t port = FreePort();
+    WriteSite(dir, port);
+    test::WriteFileBytes(dir.File("Tessarolle.INI"),
+                         "[General]\r\nLastPortfolio=site.por\r\n[Cameras]\r\nCamera0=" +
+                             camera.Url("/cam") + "\r\nCamera0Name=Cam\r\n");
+    test::WriteFileBytes(dir.File("site.por"), test::ReadFileBytes(dir.File("site.por")) +
+                                                   "[VideoFeeds]\r\nFeed0Name=Cam\r\n"
+                                                   "Feed0Enabled=True\r\nFeed0FrameRate=100\r\n");
+    test::WriteFileBytes(
+        dir.File("cam.can"),
+        "[General]\r\nName=Cam\r\nWidth=320\r\nHeight=240\r\nShadowIntensity=60\r\n"
+        "[WebServer]\r\nEnabled=True\r\nFileName=Canvas01.jpg\r\n"
+        "[Graphic001]\r\nEnabled=True\r\nSourceType=0\r\nSourceVideoFeedName=Cam\r\n"
+        "[Graphic002]\r\nEnabled=True\r\nSourceType=3\r\nBackgroundColor=&HFFFFFF\r\n"
+        "StretchedWidth=60\r\nStretchedHeight=40\r\nLocationX=20\r\nLocationY=20\r\n"
+        "Layer=1\r\nInterval=3600\r\n"
+        "[Text001]\r\nEnabled=True\r\nText=Cam\r\nFontName=DejaVu Sans\r\nFontSize=20\r\n"
+        "Color=&HFFFFFF\r\nLayer=2\r\nLocationX=20\r\nLocationY=180\r\nInterval=3600\r\n"
+        "Shadow=True\r\nShadowOffsetX=2\r\nShadowOffsetY=2\r\n");
+    Application app(ui, ".");
+    ASSERT_EQ(Main(app), 0);
+    {
+        test::LoopThread thread(app.Loop());
+        test::ClientSocket viewer(port);
+        ASSERT_TRUE(viewer.Send(test::GetRequest("Canvas01.mjpg")));
+        const std::string boundary = "--tessarolleframe\r\n";
+        std::string bytes;
+        for (int tries = 0; tries < 200 && PartsOf(bytes, boundary).size() < 30; ++tries)
+            bytes += viewer.ReadFor(test::Millis(50));
+        const std::vector<std::string> pictures = PartsOf(bytes, boundary);
+        ASSERT_GE(pictures.size(), 30u);
+        std::set<int> camera_blues;
+        for (const std::string& jpeg : pictures) {
+            DIB decoded;
+            ASSERT_TRUE(DecodeJpegIntoDIB(
+                {reinterpret_cast<const std::uint8_t*>(jpeg.data()), jpeg.size()}, decoded));
+            const std::uint8_t* box = decoded.scanline(40) + 50 * 3;
+            EXPECT_GE(std::min({box[0], box[1], box[2]}), 245);
+            camera_blues.insert(decoded.scanline(120)[200 * 3] / 8);
+        }
+        EXPECT_GE(camera_blues.size(), 3u);
+        const std::uint64_t passed =
+            thread.OnLoop([&] { return app.CurrentPortfolio()->Canvas(1).PassedFrames(); });
+        EXPECT_GT(passed, 10u);
         thread.OnLoop([&] {
             modMain_Shutdown(app);
             return 0;

@@ -31,6 +31,7 @@ TEST(VideoStreamingRefresh, TheNextUploadTimeMovesOnlyWhenAnUploadStarted) {
     DIB picture(32, 32);
     picture.CreateDIB();
     picture.Clear(0x808080);
+    const std::function<const DIB&()> picture_of = [&picture]() -> const DIB& { return picture; };
     int calls = 0;
     auto upload = [&](FTPPush& p, const DIB& d) {
         ++calls;
@@ -44,21 +45,21 @@ TEST(VideoStreamingRefresh, TheNextUploadTimeMovesOnlyWhenAnUploadStarted) {
         }
     };
 
-    streaming.Refresh(now, picture, upload); // disabled: nothing
+    streaming.Refresh(now, picture_of, upload); // disabled: nothing
     EXPECT_EQ(calls, 0);
     push.SetEnabled(true);
-    streaming.Refresh(now, picture, upload);
+    streaming.Refresh(now, picture_of, upload);
     EXPECT_EQ(calls, 1);
     EXPECT_NEAR(push.NextUploadTime(), now + 60.0 / 86400, 1e-9);
 
     // Due again while the first upload is still under way: tried, refused, due at once next.
     push.SetNextUploadTime(0);
     run_while([&push] { return push.Stage() < 20; });
-    streaming.Refresh(now, picture, upload);
+    streaming.Refresh(now, picture_of, upload);
     EXPECT_EQ(calls, 2);
     EXPECT_EQ(push.NextUploadTime(), 0);
     run_while([&push] { return push.Uploading(); });
-    streaming.Refresh(now, picture, upload);
+    streaming.Refresh(now, picture_of, upload);
     EXPECT_EQ(calls, 3);
     EXPECT_GT(push.NextUploadTime(), now);
     run_while([&push] { return push.Uploading(); });
