@@ -8,6 +8,8 @@
 #include "capture/raw_frame.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "imaging/ycbcr_overlay.h"
+#include "imaging/ycbcr_planes.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -117,6 +119,91 @@ void BM_MjpegFrameLibavcodecAndSwscale(benchmark::State& state) {
     avcodec_free_context(&codec);
 }
 BENCHMARK(BM_MjpegFrameLibavcodecAndSwscale)->Unit(benchmark::kMillisecond);
+
+// The frame stopped at its YCbCr planes, as a canvas that passes it through takes it.
+void BM_MjpegFrameToPlanes(benchmark::State& state) {
+    tess::YCbCrPlanes planes;
+    for (auto _ : state) {
+        if (!tess::DecodeJpegToPlanes(Frame(), planes)) {
+            state.SkipWithError("the frame is not 4:2:0 or 4:2:2");
+            return;
+        }
+        benchmark::DoNotOptimize(planes.y.data());
+    }
+}
+BENCHMARK(BM_MjpegFrameToPlanes)->Unit(benchmark::kMillisecond);
+
+// The stream's encoding at quality 80, from the canvas's BGR rows or from the planes.
+void BM_EncodeFromBgr(benchmark::State& state) {
+    DIB dib;
+    tess::DecodeJpegIntoDIB(Frame(), dib);
+    tess::JpegEncoder encoder;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(encoder.Encode(dib, 80).size());
+}
+BENCHMARK(BM_EncodeFromBgr)->Unit(benchmark::kMillisecond);
+
+void BM_EncodeFromPlanes(benchmark::State& state) {
+    tess::YCbCrPlanes planes;
+    tess::DecodeJpegToPlanes(Frame(), planes);
+    tess::JpegEncoder encoder;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(encoder.EncodePlanes(planes, 80).size());
+}
+BENCHMARK(BM_EncodeFromPlanes)->Unit(benchmark::kMillisecond);
+
+// What lies over the frame in the standard overlay canvas, roughly: a 200 x 80 logo at half
+// opacity and four text lines (solid bands) with 2-pixel shadows at 60 %.
+struct OverlayDrawings {
+    DIB black{1280, 720}, white{1280, 720}, shadows{1280, 720};
+    OverlayDrawings() {
+        black.Clear(0);
+        white.Clear(0xFFFFFF);
+        shadows.Clear(0xFFFFFF);
+        auto box = [](DIB& dib, int left, int top, int width, int height, auto pixel) {
+            for (int y = top; y < top + height; ++y)
+                for (int x = left; x < left + width; ++x)
+                    pixel(dib.scanline(y) + 3 * x);
+        };
+        auto half = [](std::uint8_t* p) {
+            for (int c = 0; c < 3; ++c)
+                p[c] = static_cast<std::uint8_t>(p[c] / 2 + 60);
+        };
+        auto solid = [](std::uint8_t* p) { p[0] = p[1] = p[2] = 255; };
+        auto shade = [](std::uint8_t* p) { p[0] = p[1] = p[2] = 102; };
+        box(black, 1060, 20, 200, 80, half);
+        box(white, 1060, 20, 200, 80, half);
+        for (int line = 0; line < 4; ++line) {
+            const int top = 16 + 56 * line, width = 420 - 60 * line;
+            box(shadows, 22, top + 2, width, 36, shade);
+            box(black, 20, top, width, 36, solid);
+            box(white, 20, top, width, 36, solid);
+        }
+    }
+};
+
+void BM_OverlayBuild(benchmark::State& state) {
+    const OverlayDrawings drawings;
+    tess::YCbCrOverlay overlay;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(overlay.Build(drawings.black, drawings.white, &drawings.shadows));
+}
+BENCHMARK(BM_OverlayBuild)->Unit(benchmark::kMillisecond);
+
+void BM_OverlayApply(benchmark::State& state) {
+    const OverlayDrawings drawings;
+    tess::YCbCrOverlay overlay;
+    overlay.Build(drawings.black, drawings.white, &drawings.shadows);
+    tess::YCbCrPlanes frame, planes;
+    tess::DecodeJpegToPlanes(Frame(), frame);
+    for (auto _ : state) {
+        planes = frame; // a canvas copies the feed's planes before laying the items over them
+        overlay.ApplyTo(planes);
+        benchmark::DoNotOptimize(planes.y.data());
+    }
+    state.SetLabel(std::to_string(overlay.ShadowedSamples()) + " shadowed chroma samples");
+}
+BENCHMARK(BM_OverlayApply)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
