@@ -57,7 +57,7 @@ std::string_view Text(const std::uint8_t* data, std::size_t size) {
     return {reinterpret_cast<const char*>(data), size};
 }
 
-void Portfolio(std::string_view bytes) {
+[[maybe_unused]] void Portfolio(std::string_view bytes) {
     // Paths that leave the work folder are not the loader's business to refuse; the fuzzer
     // must not write defaults into files elsewhere on the machine.
     if (bytes.find_first_of("/\\") != std::string_view::npos) return;
@@ -71,7 +71,7 @@ void Portfolio(std::string_view bytes) {
         std::filesystem::remove_all(entry.path());
 }
 
-void Setup(std::string_view bytes) {
+[[maybe_unused]] void Setup(std::string_view bytes) {
     tess::WriteFileAtomic("Tessarolle.INI", bytes);
     tess::INI ini("Tessarolle.INI");
     tess::AppSettings settings;
@@ -80,7 +80,7 @@ void Setup(std::string_view bytes) {
 }
 
 // A record that loads saves to the same text and loads again the same.
-void LastData(std::string_view bytes) {
+[[maybe_unused]] void LastData(std::string_view bytes) {
     tess::WriteFileAtomic("lastdata.csv", bytes);
     tess::Karvell k;
     k.SetLastDataPath("lastdata.csv");
@@ -95,7 +95,7 @@ void LastData(std::string_view bytes) {
     if (first != second) __builtin_trap();
 }
 
-void TimeZoneTable(std::string_view bytes) {
+[[maybe_unused]] void TimeZoneTable(std::string_view bytes) {
     tess::WriteFileAtomic("timezone.txt", bytes);
     tess::Clock clock;
     clock.SetFixed(45000.5);
@@ -106,7 +106,7 @@ void TimeZoneTable(std::string_view bytes) {
 
 // The cache is read only when its first two lines match the fonts installed now, so the
 // fuzzed bytes follow the two lines the program itself writes.
-void FontCacheFile(std::string_view bytes) {
+[[maybe_unused]] void FontCacheFile(std::string_view bytes) {
     static const std::string head = [] {
         tess::FontCache made("fonts.cache");
         made.Store(tess::FontCache::Key("seed", false, false), {});

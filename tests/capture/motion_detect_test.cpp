@@ -59,8 +59,9 @@ TEST_P(MotionDetectTest, IdenticalFramesNeverTrigger) {
     EXPECT_TRUE(motion_.PreviousDataValid());
     EXPECT_EQ(motion_.View().coverage, 0.0f);
     EXPECT_EQ(motion_.View().histogram_valid, GetParam());
-    if (GetParam())
+    if (GetParam()) {
         EXPECT_EQ(motion_.View().histogram[128], static_cast<std::uint32_t>(kW * kH * 3));
+    }
     EXPECT_EQ(motion_.View().dark_min, 128);
     EXPECT_EQ(motion_.View().light_max, 128);
     EXPECT_EQ(motion_.LastMotionCoverage(), -1.0f);
@@ -164,7 +165,9 @@ TEST_P(MotionDetectTest, SizeChangeReprimesAndBadFramesAreSkipped) {
     EXPECT_TRUE(motion_.Enabled());
     const DIB odd = Flat(33, 7, 0); // rows padded to 4 bytes
     EXPECT_TRUE(Run({&odd, &odd}).empty());
-    if (GetParam()) EXPECT_EQ(motion_.View().histogram[128], 33u * 7 * 3);
+    if (GetParam()) {
+        EXPECT_EQ(motion_.View().histogram[128], 33u * 7 * 3);
+    }
 }
 
 TEST_P(MotionDetectTest, TagsShowTheTriggerTime) {
