@@ -124,8 +124,11 @@ public:
     // The last frame's YCbCr planes when it came that way, else null. Asking says the planes
     // are of use: MJPEG frames keep coming that way while nothing needs their bitmaps.
     const YCbCrPlanes* Planes() const;
-    // After a frame's bitmap was needed, this many frames come as bitmaps before planes are
-    // tried again: a viewer that needs both must not make every frame be decoded twice.
+    // When the bitmaps of this many planes frames in a row were needed, the next
+    // kBitmapFramesAfterUse frames come as bitmaps before planes are tried again: a viewer
+    // that needs both must not make every frame be decoded twice. A bitmap needed now and then
+    // (a still picture asked for once a second) costs only its own decoding.
+    static constexpr int kBitmapStreak = 3;
     static constexpr int kBitmapFramesAfterUse = 100;
     // The driver's state in words ("receiving frames", "lost (...), retrying").
     std::string DriverState() const;
@@ -176,7 +179,9 @@ private:
     bool planes_current_ = false;           // the newest frame is in planes_
     mutable bool dib_pending_ = false;      // dib_ still holds an older frame
     mutable bool planes_asked_ = false;     // since the last frame
-    mutable int bitmap_frames_left_ = 0;
+    mutable bool bitmap_made_ = false;      // of the newest frame, from its planes
+    int bitmap_streak_ = 0;
+    int bitmap_frames_left_ = 0;
     std::vector<std::uint8_t> buffer_; // 16-bit frames widened here
     std::uint64_t revision_ = 0;
     std::string driver_state_; // as last logged

@@ -179,9 +179,16 @@ void VideoFeed::FrameCallback(const VideoHeader& header, double now) {
 }
 
 // Planes are asked for while something takes them (a canvas passing the frame through) and
-// no bitmap of a planes frame was needed lately.
+// the bitmaps of planes frames were not needed for several frames in a row lately.
 void VideoFeed::AskForPlanes() {
-    if (bitmap_frames_left_ > 0) --bitmap_frames_left_;
+    bitmap_streak_ = bitmap_made_ ? bitmap_streak_ + 1 : 0;
+    bitmap_made_ = false;
+    if (bitmap_streak_ >= kBitmapStreak) {
+        bitmap_streak_ = 0;
+        bitmap_frames_left_ = kBitmapFramesAfterUse;
+    } else if (bitmap_frames_left_ > 0) {
+        --bitmap_frames_left_;
+    }
     if (driver_)
         driver_->SetPlanesWanted(planes_asked_ && bitmap_frames_left_ == 0 && !motion_.Enabled());
     planes_asked_ = false;
@@ -195,7 +202,7 @@ const YCbCrPlanes* VideoFeed::Planes() const {
 const DIB& VideoFeed::DIB() const {
     if (!dib_pending_) return dib_;
     dib_pending_ = false;
-    bitmap_frames_left_ = kBitmapFramesAfterUse;
+    bitmap_made_ = true;
     // The same JPEG decoded straight to BGR: exactly the picture a bitmap frame would give.
     if (!DecodeJpegIntoDIB(planes_jpeg_, dib_) || dib_.Width() != width_ ||
         dib_.Height() != height_)

@@ -202,8 +202,9 @@ TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
 }
 
 // While only planes are asked for, MJPEG frames stop at their YCbCr planes; the bitmap made
-// when one is wanted after all is exactly the frame's own decoding, and the frames after it
-// come as bitmaps for a while. Broken frames among the good ones still never show.
+// when one is wanted after all is exactly the frame's own decoding, and when bitmaps are
+// wanted frame after frame, frames come as bitmaps for a while. Broken frames among the good
+// ones still never show.
 TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
     const std::vector<std::uint8_t> red = SolidJpeg(0x0000FF);
     std::vector<std::uint8_t> truncated = SolidJpeg(0xFF0000);
@@ -233,17 +234,27 @@ TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
     ASSERT_EQ(made.BufferSize(), expected.BufferSize());
     EXPECT_TRUE(std::equal(made.DIBPtr(), made.DIBPtr() + made.BufferSize(), expected.DIBPtr()));
 
-    // The reader may have decoded a frame or two before it heard.
-    int after = 0, as_bitmaps = 0;
-    live.TickUntil(
-        [&] {
-            if (live.feed.FrameRevision() == revision) return false;
-            revision = live.feed.FrameRevision();
-            as_bitmaps += ++after > 2 && live.feed.Planes() == nullptr;
-            return after >= 8;
-        },
-        10000ms);
-    EXPECT_EQ(as_bitmaps, 6);
+    // Counts the next `frames` frames that came as bitmaps, leaving out the first two (the
+    // reader may have decoded them before it heard), making the bitmap of each if asked.
+    auto bitmaps_among = [&](int frames, bool make_bitmaps) {
+        int seen = 0, bitmaps = 0;
+        live.TickUntil(
+            [&] {
+                if (live.feed.FrameRevision() == revision) return false;
+                revision = live.feed.FrameRevision();
+                const bool bitmap = live.feed.Planes() == nullptr; // asking keeps planes wanted
+                bitmaps += ++seen > 2 && bitmap;
+                if (make_bitmaps) live.feed.DIB();
+                return seen >= frames;
+            },
+            10000ms);
+        return seen == frames ? bitmaps : -1;
+    };
+    // One bitmap now and then (a still picture asked for) keeps the planes coming; bitmaps of
+    // several frames in a row turn the feed to bitmaps.
+    EXPECT_EQ(bitmaps_among(8, false), 0);
+    bitmaps_among(VideoFeed::kBitmapStreak + 1, true);
+    EXPECT_EQ(bitmaps_among(8, false), 6);
 }
 
 bool Mapped(const std::string& library) {

@@ -7,6 +7,7 @@
 #include "imaging/jpeg.h"
 
 #include <cmath>
+#include <functional>
 
 namespace tess {
 namespace {
@@ -47,10 +48,11 @@ protected:
         camera.has_frame = true;
     }
     // The frame is grabbed at one tick and composed at the next.
-    void Frame(int n) {
+    void Frame(int n, const std::function<void()>& before_composing = {}) {
         Offer(n);
         seconds += 0.05;
         ASSERT_TRUE(portfolio.Tick(At(12, 0, seconds)));
+        if (before_composing) before_composing();
         seconds += 0.001;
         ASSERT_TRUE(portfolio.Tick(At(12, 0, seconds)));
     }
@@ -147,12 +149,11 @@ TEST_F(CameraPassThrough, TheStreamShowsWhatTheCanvasComposes) {
     EXPECT_LT(d.mean, 0.7) << d;
     EXPECT_LE(d.max, 28) << d;
 
-    // A new caption: that frame is drawn the ordinary way, and the overlay is made anew for
-    // the frames after it.
+    // A new caption with a new frame: that frame is drawn the ordinary way, and the overlay is
+    // made anew for the frames after it.
     ASSERT_TRUE(FramesUntilPassed(canvas, n));
-    canvas.Text(1)->SetText("Gate 12:01");
     const std::uint64_t passed = canvas.PassedFrames();
-    Frame(++n);
+    Frame(++n, [&] { canvas.Text(1)->SetText("Gate 12:01"); });
     EXPECT_EQ(canvas.PassedFrames(), passed);
     EXPECT_GT(stream->Revision(), revision);
     ASSERT_TRUE(FramesUntilPassed(canvas, n));
