@@ -38,10 +38,18 @@ bool Measure(const DIB& over_black, const DIB& over_white, std::vector<std::uint
     const int width = over_black.Width(), height = over_black.Height();
     shows.resize(static_cast<std::size_t>(width) * height);
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const int t = ShowThrough(PixelAt(over_black, x, y), PixelAt(over_white, x, y));
+        const std::uint8_t* black = over_black.scanline(y);
+        const std::uint8_t* white = over_white.scanline(y);
+        std::uint8_t* out = shows.data() + static_cast<std::size_t>(y) * width;
+        for (int x = 0; x < width; ++x, black += 3, white += 3) {
+            // Most of the picture: nothing drawn there.
+            if ((black[0] | black[1] | black[2]) == 0 && (white[0] & white[1] & white[2]) == 255) {
+                out[x] = 255;
+                continue;
+            }
+            const int t = ShowThrough(black, white);
             if (t < 0) return false;
-            shows[static_cast<std::size_t>(y) * width + x] = static_cast<std::uint8_t>(t);
+            out[x] = static_cast<std::uint8_t>(t);
         }
     }
     return true;
@@ -133,10 +141,43 @@ bool YCbCrOverlay::Build(const DIB& over_black, const DIB& over_white,
     if (!Measure(over_black, over_white, shows)) return false;
     width_ = over_black.Width();
     height_ = over_black.Height();
+    FindTouched(over_black, shadows_over_white, shows);
     BuildLuma(over_black, shows);
     if (!luma_runs_.empty()) BuildChroma(over_black, shows);
     if (shadows_over_white) BuildShadows(*shadows_over_white, shows);
+    touched_.clear();
     return true;
+}
+
+void YCbCrOverlay::FindTouched(const DIB& over_black, const DIB* shadows_over_white,
+                               const std::vector<std::uint8_t>& shows) {
+    touched_.assign(static_cast<std::size_t>(height_), {0, 0});
+    for (int y = 0; y < height_; ++y) {
+        const std::uint8_t* black = over_black.scanline(y);
+        const std::uint8_t* shadow = shadows_over_white ? shadows_over_white->scanline(y) : nullptr;
+        const std::uint8_t* t = shows.data() + static_cast<std::size_t>(y) * width_;
+        int first = -1, last = 0;
+        for (int x = 0; x < width_; ++x) {
+            const bool touched = t[x] != 255 ||
+                                 (black[3 * x] | black[3 * x + 1] | black[3 * x + 2]) ||
+                                 (shadow && shadow[3 * x + 1] != 255);
+            if (!touched) continue;
+            if (first < 0) first = x;
+            last = x + 1;
+        }
+        if (first >= 0) touched_[static_cast<std::size_t>(y)] = {first, last};
+    }
+}
+
+std::pair<int, int> YCbCrOverlay::TouchedChroma(int cy) const {
+    int first = width_, last = 0;
+    for (int y = 2 * cy; y < std::min(2 * cy + 2, height_); ++y) {
+        const auto [from, to] = touched_[static_cast<std::size_t>(y)];
+        if (from >= to) continue;
+        first = std::min(first, from);
+        last = std::max(last, to);
+    }
+    return first < last ? std::pair{first / 2, (last + 1) / 2} : std::pair{0, 0};
 }
 
 // A shadow is grey: the level it takes off is what it took off white. Where the items cover
@@ -144,7 +185,8 @@ bool YCbCrOverlay::Build(const DIB& over_black, const DIB& over_white,
 void YCbCrOverlay::BuildShadows(const DIB& shadows_over_white,
                                 const std::vector<std::uint8_t>& shows) {
     for (int cy = 0; cy < (height_ + 1) / 2; ++cy) {
-        for (int cx = 0; cx < (width_ + 1) / 2; ++cx) {
+        const auto [first, last] = TouchedChroma(cy);
+        for (int cx = first; cx < last; ++cx) {
             ShadowBlock block{cx, cy, {}};
             bool any = false;
             for (int i = 0; i < 4; ++i) {
@@ -193,7 +235,8 @@ void YCbCrOverlay::ApplyShadows(YCbCrPlanes& planes) const {
 
 void YCbCrOverlay::BuildLuma(const DIB& over_black, const std::vector<std::uint8_t>& shows) {
     for (int y = 0; y < height_; ++y) {
-        for (int x = 0; x < width_; ++x) {
+        const auto [first, last] = touched_[static_cast<std::size_t>(y)];
+        for (int x = first; x < last; ++x) {
             const std::uint8_t* black = PixelAt(over_black, x, y);
             const int t = shows[static_cast<std::size_t>(y) * width_ + x];
             if (!Touched(t, black)) continue;
@@ -207,9 +250,10 @@ void YCbCrOverlay::BuildLuma(const DIB& over_black, const std::vector<std::uint8
 }
 
 void YCbCrOverlay::BuildChroma(const DIB& over_black, const std::vector<std::uint8_t>& shows) {
-    const int chroma_width = (width_ + 1) / 2, chroma_height = (height_ + 1) / 2;
+    const int chroma_height = (height_ + 1) / 2;
     for (int cy = 0; cy < chroma_height; ++cy) {
-        for (int cx = 0; cx < chroma_width; ++cx) {
+        const auto [first, last] = TouchedChroma(cy);
+        for (int cx = first; cx < last; ++cx) {
             double t = 0, cb = 0, cr = 0;
             int count = 0;
             bool touched = false;

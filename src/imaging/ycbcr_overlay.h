@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace tess {
@@ -53,6 +54,10 @@ private:
     void BuildLuma(const DIB& over_black, const std::vector<std::uint8_t>& shows);
     void BuildChroma(const DIB& over_black, const std::vector<std::uint8_t>& shows);
     void BuildShadows(const DIB& shadows_over_white, const std::vector<std::uint8_t>& shows);
+    void FindTouched(const DIB& over_black, const DIB* shadows_over_white,
+                     const std::vector<std::uint8_t>& shows);
+    // The columns of chroma row `cy` that its two luma rows touch.
+    std::pair<int, int> TouchedChroma(int cy) const;
     void ApplyShadows(YCbCrPlanes& planes) const;
 
     // The levels a shadow takes off the four pixels of one chroma sample (0 outside it).
@@ -73,6 +78,9 @@ private:
     std::vector<std::int32_t> cb_add_;
     std::vector<std::int32_t> cr_add_;
     std::vector<ShadowBlock> shadows_;
+    // While building: the columns [first, last) of each row that anything touches, so that
+    // the rows' untouched stretches (most of the picture) are passed over.
+    std::vector<std::pair<int, int>> touched_;
 };
 
 } // namespace tess
