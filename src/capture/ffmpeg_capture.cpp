@@ -2,8 +2,6 @@
 
 #include "capture/ffmpeg_session.h"
 #include "capture/host_probe.h"
-#include "imaging/jpeg.h"
-#include "imaging/ycbcr_planes.h"
 
 #include <algorithm>
 #include <utility>
@@ -169,11 +167,8 @@ bool FfmpegCapture::HoldNextFrame() {
 bool FfmpegCapture::DecodeHeld() {
     RawFrame& frame = delivered_;
     int width = 0, height = 0;
-    frame.in_planes = planes_wanted_ && DecodeJpegToPlanes(frame.jpeg, frame.planes) &&
-                      frame.planes.width == frame.width && frame.planes.height == frame.height;
-    const bool ok =
-        frame.in_planes || (DecodeJpegBottomUpBgr(frame.jpeg, frame.bytes, width, height) &&
-                            width == frame.width && height == frame.height);
+    const bool ok = frame.DecodeMjpeg(frame.jpeg, planes_wanted_, width, height) &&
+                    width == frame.width && height == frame.height;
     frame.held = false;
     std::lock_guard lock(mutex_);
     if (!ok) {

@@ -2,8 +2,6 @@
 
 #include "capture/ffmpeg_library.h"
 #include "imaging/dib.h"
-#include "imaging/jpeg.h"
-#include "imaging/ycbcr_planes.h"
 
 extern "C" {
 #include <libavutil/imgutils.h>
@@ -302,14 +300,8 @@ bool FfmpegSession::DecodeMjpegDirectly(RawFrame& out) {
     const std::span<const std::uint8_t> jpeg(s.packet->data,
                                              static_cast<std::size_t>(s.packet->size));
     int width = 0, height = 0;
-    out.in_planes = planes_wanted_ && *planes_wanted_ && DecodeJpegToPlanes(jpeg, out.planes);
-    if (out.in_planes) {
-        out.jpeg.assign(jpeg.begin(), jpeg.end());
-        width = out.planes.width;
-        height = out.planes.height;
-    } else if (!DecodeJpegBottomUpBgr(jpeg, out.bytes, width, height)) {
-        return false;
-    }
+    if (!out.DecodeMjpeg(jpeg, planes_wanted_ && *planes_wanted_, width, height)) return false;
+    if (out.in_planes) out.jpeg.assign(jpeg.begin(), jpeg.end()); // the feed keeps it
     if ((s.codec->width > 0 && width != s.codec->width) ||
         (s.codec->height > 0 && height != s.codec->height))
         return false;

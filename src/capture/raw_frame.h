@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace tess {
@@ -26,6 +27,11 @@ struct RawFrame {
     // 24-bit picture whose BGR rows are made only if something asks for them.
     bool in_planes = false;
     YCbCrPlanes planes;
+
+    // Decodes an MJPEG frame into `planes` when they are wanted and its sampling allows, else
+    // into `bytes`; sets in_planes and gives the picture's size. False when it cannot be
+    // decoded. `jpeg` may be the frame's own.
+    bool DecodeMjpeg(std::span<const std::uint8_t> jpeg, bool want_planes, int& width, int& height);
 
     static std::size_t Pitch(int width, int bytes_per_pixel) {
         return (static_cast<std::size_t>(width) * bytes_per_pixel + 3) & ~std::size_t{3};

@@ -18,8 +18,8 @@ bool Meet(const Image::Bounds& a, const Image::Bounds& b) {
            a.top < b.top + b.height && b.top < a.top + a.height;
 }
 
-bool Shown(const CanvasItem* item, double now) {
-    return item && item->Enabled() && const_cast<CanvasItem*>(item)->UpdateOnNow(now);
+bool Shown(CanvasItem* item, double now) {
+    return item && item->Enabled() && item->UpdateOnNow(now);
 }
 
 } // namespace
@@ -75,6 +75,7 @@ bool Canvas::OverlayStale() const {
 // way, and the overlay is made from the next one on.
 bool Canvas::PassFrameThrough(const CompositionServices& services, bool changed_this_pass) {
     const GraphicItem& camera = *graphics_.items[deferred_index_];
+    // Asked for even without viewers: the reader then decodes the frames only to planes.
     const FeedPlanes frame = services.feed_planes(camera.SourceVideoFeedName());
     if (!web_server_.Stream().HasViewers()) {
         ++passed_frames_;

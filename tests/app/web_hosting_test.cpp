@@ -52,6 +52,19 @@ void WriteSite(const test::TempDir& dir, std::uint16_t port) {
                          "style=\"display:block;width:320px;height:240px\"></body></html>");
 }
 
+// The whole JPEGs of a multipart answer, in order.
+std::vector<std::string> PartsOf(const std::string& bytes, const std::string& boundary) {
+    std::vector<std::string> pictures;
+    for (std::size_t at = bytes.find(boundary); at != std::string::npos;) {
+        const std::size_t head_end = bytes.find("\r\n\r\n", at);
+        const std::size_t next = bytes.find(boundary, at + 1);
+        if (head_end == std::string::npos || next == std::string::npos) break;
+        pictures.push_back(bytes.substr(head_end + 4, next - head_end - 6));
+        at = next;
+    }
+    return pictures;
+}
+
 class WebHosting : public ::testing::Test {
 protected:
     test::TempDir dir;
@@ -120,23 +133,10 @@ TEST_F(WebHosting, TheCanvasStreamShowsEachRecomposition) {
         std::string bytes;
         const std::string boundary = "--tessarolleframe\r\n";
         // Header, then three parts: at least two recompositions by the clock.
-        for (int tries = 0; tries < 160; ++tries) {
+        for (int tries = 0; tries < 160 && PartsOf(bytes, boundary).size() < 3; ++tries)
             bytes += viewer.ReadFor(test::Millis(50));
-            std::size_t parts = 0;
-            for (std::size_t at = bytes.find(boundary); at != std::string::npos;
-                 at = bytes.find(boundary, at + 1))
-                ++parts;
-            if (parts >= 4) break; // the fourth boundary closes the third part
-        }
         ASSERT_NE(bytes.find("multipart/x-mixed-replace"), std::string::npos);
-        std::vector<std::string> pictures;
-        for (std::size_t at = bytes.find(boundary); at != std::string::npos;) {
-            std::size_t head_end = bytes.find("\r\n\r\n", at);
-            std::size_t next = bytes.find(boundary, at + 1);
-            if (head_end == std::string::npos || next == std::string::npos) break;
-            pictures.push_back(bytes.substr(head_end + 4, next - head_end - 6));
-            at = next;
-        }
+        const std::vector<std::string> pictures = PartsOf(bytes, boundary);
         ASSERT_GE(pictures.size(), 3u);
         for (const std::string& jpeg : pictures) {
             DIB decoded;
@@ -151,19 +151,6 @@ TEST_F(WebHosting, TheCanvasStreamShowsEachRecomposition) {
             return 0;
         });
     }
-}
-
-// The whole JPEGs of a multipart answer, in order.
-std::vector<std::string> PartsOf(const std::string& bytes, const std::string& boundary) {
-    std::vector<std::string> pictures;
-    for (std::size_t at = bytes.find(boundary); at != std::string::npos;) {
-        const std::size_t head_end = bytes.find("\r\n\r\n", at);
-        const std::size_t next = bytes.find(boundary, at + 1);
-        if (head_end == std::string::npos || next == std::string::npos) break;
-        pictures.push_back(bytes.substr(head_end + 4, next - head_end - 6));
-        at = next;
-    }
-    return pictures;
 }
 
 // An MJPEG camera filling the canvas, with a white box and a shadowed caption over it: its
