@@ -8,6 +8,7 @@
 #include "capture/raw_frame.h"
 #include "imaging/dib.h"
 #include "imaging/jpeg.h"
+#include "imaging/jpeg_transcoder.h"
 #include "imaging/ycbcr_overlay.h"
 #include "imaging/ycbcr_planes.h"
 
@@ -182,6 +183,13 @@ struct OverlayDrawings {
     }
 };
 
+tess::YCbCrOverlay StandardOverlay() {
+    const OverlayDrawings drawings;
+    tess::YCbCrOverlay overlay;
+    overlay.Build(drawings.black, drawings.white, &drawings.shadows);
+    return overlay;
+}
+
 void BM_OverlayBuild(benchmark::State& state) {
     const OverlayDrawings drawings;
     tess::YCbCrOverlay overlay;
@@ -191,9 +199,7 @@ void BM_OverlayBuild(benchmark::State& state) {
 BENCHMARK(BM_OverlayBuild)->Unit(benchmark::kMillisecond);
 
 void BM_OverlayApply(benchmark::State& state) {
-    const OverlayDrawings drawings;
-    tess::YCbCrOverlay overlay;
-    overlay.Build(drawings.black, drawings.white, &drawings.shadows);
+    const tess::YCbCrOverlay overlay = StandardOverlay();
     tess::YCbCrPlanes frame, planes;
     tess::DecodeJpegToPlanes(Frame(), frame);
     for (auto _ : state) {
@@ -204,6 +210,38 @@ void BM_OverlayApply(benchmark::State& state) {
     state.SetLabel(std::to_string(overlay.ShadowedSamples()) + " shadowed chroma samples");
 }
 BENCHMARK(BM_OverlayApply)->Unit(benchmark::kMillisecond);
+
+// A stream's whole picture from the camera's JPEG, at quality 80: decoded to planes, overlaid
+// and encoded, or transcoded with only the blocks under the items taken apart.
+void BM_StreamPictureThroughPlanes(benchmark::State& state) {
+    const tess::YCbCrOverlay overlay = StandardOverlay();
+    tess::YCbCrPlanes planes;
+    tess::JpegEncoder encoder;
+    for (auto _ : state) {
+        tess::DecodeJpegToPlanes(Frame(), planes);
+        overlay.ApplyTo(planes);
+        benchmark::DoNotOptimize(encoder.EncodePlanes(planes, 80).size());
+    }
+}
+BENCHMARK(BM_StreamPictureThroughPlanes)->Unit(benchmark::kMillisecond);
+
+void BM_StreamPictureTranscoded(benchmark::State& state) {
+    const tess::YCbCrOverlay overlay = StandardOverlay();
+    tess::JpegTranscoder transcoder;
+    std::vector<std::uint8_t> out;
+    for (auto _ : state) {
+        if (!transcoder.Transcode(Frame(), overlay, 80, out)) {
+            state.SkipWithError("the frame is not 4:2:0 of 1280 x 720");
+            return;
+        }
+        benchmark::DoNotOptimize(out.data());
+    }
+    std::size_t blocks = 0;
+    for (auto touched : overlay.LumaBlocks())
+        blocks += touched;
+    state.SetLabel(std::to_string(blocks) + " luma blocks redone");
+}
+BENCHMARK(BM_StreamPictureTranscoded)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -1,10 +1,17 @@
 // A camera's MJPEG stream as FFmpeg reads it (the multipart parser) and each frame decoded
-// and converted into a frame bitmap, or into YCbCr planes for every other input: no input may
-// crash it or write past the frame.
+// and converted into a frame bitmap, or for every other input kept as its JPEG, then decoded
+// to YCbCr planes and transcoded with a box laid over it: no input may crash it or write
+// past the frame.
 
 #include "capture/camera_source.h"
 #include "capture/ffmpeg_session.h"
+#include "imaging/dib.h"
+#include "imaging/jpeg.h"
+#include "imaging/jpeg_transcoder.h"
+#include "imaging/ycbcr_overlay.h"
+#include "imaging/ycbcr_planes.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -12,6 +19,38 @@
 #include <cstdlib>
 #include <string>
 #include <unistd.h>
+
+namespace {
+
+// A grey box over the middle of a frame of that size, as a canvas's items would lie over it.
+void CheckKeptJpeg(const tess::RawFrame& frame) {
+    if (frame.jpeg.empty()) std::abort();
+    tess::YCbCrPlanes planes;
+    if (tess::DecodeJpegToPlanes(frame.jpeg, planes) &&
+        (planes.width != frame.width || planes.height != frame.height))
+        std::abort();
+    if (std::int64_t{frame.width} * frame.height > 640 * 480) return;
+    static tess::YCbCrOverlay overlay;
+    static tess::JpegTranscoder transcoder;
+    if (overlay.Width() != frame.width || overlay.Height() != frame.height) {
+        tess::DIB black(frame.width, frame.height), white(frame.width, frame.height);
+        black.Clear(0x000000);
+        white.Clear(0xFFFFFF);
+        for (int y = frame.height / 4; y < frame.height / 2; ++y)
+            for (int x = frame.width / 4; x < frame.width / 2; ++x)
+                for (tess::DIB* dib : {&black, &white})
+                    std::fill_n(dib->scanline(y) + 3 * x, 3, std::uint8_t{0x80});
+        if (!overlay.Build(black, white)) std::abort();
+    }
+    std::vector<std::uint8_t> out;
+    if (!transcoder.Transcode(frame.jpeg, overlay, 80, out)) return;
+    tess::DIB decoded;
+    if (!tess::DecodeJpegIntoDIB(out, decoded) || decoded.Width() != frame.width ||
+        decoded.Height() != frame.height)
+        std::abort();
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // FFmpeg reads files through its own protocol; a file in memory-backed /dev/shm is the
@@ -28,16 +67,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     source.address = path;
     std::atomic<bool> stop{false};
     tess::FfmpegSession session(source, stop);
-    static std::atomic<bool> planes{false};
-    planes = !planes;
-    session.SetPlanesWanted(&planes);
+    static std::atomic<bool> keep{false};
+    keep = !keep;
+    session.SetJpegWanted(&keep);
     session.Run(
         [](tess::RawFrame& frame) {
             if (frame.width <= 0 || frame.height <= 0) std::abort();
-            if (frame.in_planes) {
-                if (!frame.planes.Whole() || frame.planes.width != frame.width ||
-                    frame.planes.height != frame.height)
-                    std::abort();
+            if (frame.as_jpeg) {
+                CheckKeptJpeg(frame);
             } else if (frame.Size() > frame.bytes.size()) {
                 std::abort();
             }

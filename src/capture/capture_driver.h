@@ -22,11 +22,11 @@ struct VideoHeader {
     std::uint32_t bytes_used = 0;
     std::uint32_t time_captured = 0; // milliseconds since the driver connected
     std::uint32_t flags = 0;
-    // A 24-bit frame may come instead as the YCbCr planes of the camera's JPEG, with the JPEG
-    // itself (`data` null, `bytes_used` the size of its BGR rows). The feed takes both over,
-    // leaving the driver the buffers it held before.
-    YCbCrPlanes* planes = nullptr;
+    // A 24-bit frame may come instead as the camera's JPEG, undecoded (`data` null,
+    // `bytes_used` the size of its BGR rows), and with it, if the driver decoded them, its
+    // YCbCr planes. The feed takes both over, leaving the driver the buffers it held before.
     std::vector<std::uint8_t>* jpeg = nullptr;
+    YCbCrPlanes* planes = nullptr;
 };
 
 // The frame format as a bitmap header states it.
@@ -69,9 +69,9 @@ public:
     virtual bool DeliverFrame(const FrameCallback& callback) = 0;
     // What the driver is doing, in words, for the feed's log and `tessarolle feeds`.
     virtual std::string StateText() const = 0;
-    // Whether the feed would rather have MJPEG frames as YCbCr planes (nothing needed their
-    // BGR rows lately). Drivers without MJPEG ignore it.
-    virtual void SetPlanesWanted(bool /*wanted*/) {}
+    // Whether the feed would rather have MJPEG frames kept as the camera's JPEGs (nothing
+    // needed their BGR rows lately). Drivers without MJPEG ignore it.
+    virtual void SetJpegWanted(bool /*wanted*/) {}
 };
 
 } // namespace tess

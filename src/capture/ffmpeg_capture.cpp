@@ -66,8 +66,7 @@ bool FfmpegCapture::DeliverFrame(const FrameCallback& callback) {
     }
     if (delivered_.held && !DecodeHeld()) return false;
     VideoHeader header;
-    if (delivered_.in_planes) {
-        header.planes = &delivered_.planes;
+    if (delivered_.as_jpeg) {
         header.jpeg = &delivered_.jpeg;
         header.buffer_length = static_cast<std::uint32_t>(delivered_.Size());
     } else {
@@ -167,7 +166,7 @@ bool FfmpegCapture::HoldNextFrame() {
 bool FfmpegCapture::DecodeHeld() {
     RawFrame& frame = delivered_;
     int width = 0, height = 0;
-    const bool ok = frame.DecodeMjpeg(frame.jpeg, planes_wanted_, width, height) &&
+    const bool ok = frame.DecodeMjpeg(frame.jpeg, jpeg_wanted_, width, height) &&
                     width == frame.width && height == frame.height;
     frame.held = false;
     std::lock_guard lock(mutex_);
@@ -188,7 +187,7 @@ void FfmpegCapture::ReaderLoop() {
     auto backoff = kFirstRetry;
     while (!stop_) {
         FfmpegSession session(source_, stop_);
-        session.SetPlanesWanted(&planes_wanted_);
+        session.SetJpegWanted(&jpeg_wanted_);
         const SessionEnd end = session.Run([this](RawFrame& frame) { Publish(frame); }, connected,
                                            [this] { SetState(ReaderState::Unreadable, {}); },
                                            [this] { return HoldNextFrame(); });

@@ -44,7 +44,7 @@ public:
     void RequestFrame() override;
     bool DeliverFrame(const FrameCallback& callback) override;
     std::string StateText() const override;
-    void SetPlanesWanted(bool wanted) override { planes_wanted_ = wanted; }
+    void SetJpegWanted(bool wanted) override { jpeg_wanted_ = wanted; }
 
     // The least time between two fetches of a snapshot camera's picture.
     void SetSnapshotInterval(std::chrono::milliseconds interval) { snapshot_interval_ = interval; }
@@ -70,7 +70,7 @@ private:
     std::chrono::milliseconds snapshot_interval_{1000};
     std::atomic<bool> stop_{false};
     std::atomic<int> decode_as_they_come_{0};
-    std::atomic<bool> planes_wanted_{false};
+    std::atomic<bool> jpeg_wanted_{false};
     std::atomic<std::uint64_t> received_{0}, decoded_{0};
     std::thread reader_;
 

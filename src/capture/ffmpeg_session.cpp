@@ -178,7 +178,7 @@ bool FfmpegSession::Convert(RawFrame& out) {
     out.height = f->height;
     out.bytes_per_pixel = raw555 ? 2 : 3;
     out.held = false;
-    out.in_planes = false;
+    out.as_jpeg = false;
     // Room for the widened picture, so that 16-bit frames can be widened in place.
     out.bytes.resize(RawFrame::Pitch(out.width, 3) * out.height + kScaleSlack);
     const int pitch = static_cast<int>(out.Pitch());
@@ -300,8 +300,7 @@ bool FfmpegSession::DecodeMjpegDirectly(RawFrame& out) {
     const std::span<const std::uint8_t> jpeg(s.packet->data,
                                              static_cast<std::size_t>(s.packet->size));
     int width = 0, height = 0;
-    if (!out.DecodeMjpeg(jpeg, planes_wanted_ && *planes_wanted_, width, height)) return false;
-    if (out.in_planes) out.jpeg.assign(jpeg.begin(), jpeg.end()); // the feed keeps it
+    if (!out.DecodeMjpeg(jpeg, jpeg_wanted_ && *jpeg_wanted_, width, height)) return false;
     if ((s.codec->width > 0 && width != s.codec->width) ||
         (s.codec->height > 0 && height != s.codec->height))
         return false;
@@ -318,7 +317,7 @@ bool FfmpegSession::HoldMjpeg(RawFrame& out, const HoldTest& hold) {
     if (s.codec->codec_id != AV_CODEC_ID_MJPEG || s.packet->size <= 0) return false;
     if (s.codec->width <= 0 || s.codec->height <= 0 || !hold || !hold()) return false;
     out.jpeg.assign(s.packet->data, s.packet->data + s.packet->size);
-    out.in_planes = false;
+    out.as_jpeg = false;
     out.width = s.codec->width;
     out.height = s.codec->height;
     out.bytes_per_pixel = 3;

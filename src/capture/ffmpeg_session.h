@@ -39,8 +39,8 @@ public:
     SessionEnd Run(const FrameSink& sink, std::chrono::steady_clock::time_point connected,
                    const UnreadableSink& unreadable = {}, const HoldTest& hold = {});
     const std::string& Error() const { return error_; }
-    // While the flag is set, MJPEG frames are decoded only as far as their YCbCr planes.
-    void SetPlanesWanted(const std::atomic<bool>* wanted) { planes_wanted_ = wanted; }
+    // While the flag is set, MJPEG frames that could be had as planes are kept undecoded.
+    void SetJpegWanted(const std::atomic<bool>* wanted) { jpeg_wanted_ = wanted; }
     int FramesDelivered() const { return frames_; }
     // The input format FFmpeg settled on ("mpjpeg", "jpeg_pipe", "rtsp", ...).
     const std::string& FormatName() const { return format_name_; }
@@ -61,7 +61,7 @@ private:
 
     const CameraSource& source_;
     const std::atomic<bool>& stop_;
-    const std::atomic<bool>* planes_wanted_ = nullptr;
+    const std::atomic<bool>* jpeg_wanted_ = nullptr;
     std::unique_ptr<State> state_;
     std::string error_;
     std::string format_name_;

@@ -1,15 +1,15 @@
 #include "capture/raw_frame.h"
 
 #include "imaging/jpeg.h"
+#include "imaging/ycbcr_planes.h"
 
 namespace tess {
 
-bool RawFrame::DecodeMjpeg(std::span<const std::uint8_t> jpeg, bool want_planes, int& width,
+bool RawFrame::DecodeMjpeg(std::span<const std::uint8_t> frame, bool keep_jpeg, int& width,
                            int& height) {
-    in_planes = want_planes && DecodeJpegToPlanes(jpeg, planes);
-    if (!in_planes) return DecodeJpegBottomUpBgr(jpeg, bytes, width, height);
-    width = planes.width;
-    height = planes.height;
+    as_jpeg = keep_jpeg && JpegForPlanes(frame, width, height);
+    if (!as_jpeg) return DecodeJpegBottomUpBgr(frame, bytes, width, height);
+    if (frame.data() != jpeg.data()) jpeg.assign(frame.begin(), frame.end());
     return true;
 }
 

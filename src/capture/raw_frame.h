@@ -3,8 +3,6 @@
 // One frame as a capture backend hands it over: bottom-up rows padded to 4 bytes, of
 // 3-byte BGR pixels or, from a raw 16-bit device, 2-byte 5-5-5 pixels.
 
-#include "imaging/ycbcr_planes.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -23,15 +21,15 @@ struct RawFrame {
     // decoded, and the ones a newer frame replaces first never are.
     bool held = false;
     std::vector<std::uint8_t> jpeg;
-    // An MJPEG frame decoded only as far as its YCbCr planes (`jpeg` keeps the frame): a
-    // 24-bit picture whose BGR rows are made only if something asks for them.
-    bool in_planes = false;
-    YCbCrPlanes planes;
+    // An MJPEG frame kept undecoded in `jpeg` for a consumer that takes the camera's JPEG
+    // itself (or its YCbCr planes): a 24-bit picture whose rows are made only if something
+    // asks for them.
+    bool as_jpeg = false;
 
-    // Decodes an MJPEG frame into `planes` when they are wanted and its sampling allows, else
-    // into `bytes`; sets in_planes and gives the picture's size. False when it cannot be
-    // decoded. `jpeg` may be the frame's own.
-    bool DecodeMjpeg(std::span<const std::uint8_t> jpeg, bool want_planes, int& width, int& height);
+    // An MJPEG frame, with its size: kept as it came when `keep_jpeg` and its sampling lets
+    // its planes be had (`jpeg` then holds it), else decoded into `bytes`. False when it
+    // cannot be decoded. `frame` may be `jpeg` itself.
+    bool DecodeMjpeg(std::span<const std::uint8_t> frame, bool keep_jpeg, int& width, int& height);
 
     static std::size_t Pitch(int width, int bytes_per_pixel) {
         return (static_cast<std::size_t>(width) * bytes_per_pixel + 3) & ~std::size_t{3};

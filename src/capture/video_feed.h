@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -116,15 +117,19 @@ public:
     // One-shot: the next frame's header and format go to the log.
     void SetShowDebugInfo(bool value) { show_debug_info_ = value; }
     // The last frame as a 24-bit bitmap, and a number that changes with every new one. A
-    // frame that came as YCbCr planes gets its bitmap here, on the first call.
+    // frame kept as its JPEG gets its bitmap here, on the first call; one that will not
+    // decode leaves the bitmap of the frame before.
     const tess::DIB& DIB() const;
     // Whether a frame is there to draw, without making its bitmap.
     bool HasPicture() const { return dib_.HasBitmap(); }
     std::uint64_t FrameRevision() const { return revision_; }
-    // The last frame's YCbCr planes when it came that way, else null. Asking says the planes
-    // are of use: MJPEG frames keep coming that way while nothing needs their bitmaps.
+    // The last frame as the camera's JPEG when it came that way, else empty. Asking says the
+    // JPEG is of use: MJPEG frames keep coming undecoded while nothing needs their bitmaps.
+    std::span<const std::uint8_t> Jpeg() const;
+    // The same frame's YCbCr planes, decoded on the first call; null when it did not come as
+    // a JPEG or will not decode. Asking counts as asking for the JPEG.
     const YCbCrPlanes* Planes() const;
-    // When the bitmaps of this many planes frames in a row were needed, the next
+    // When the bitmaps of this many JPEG frames in a row were needed, the next
     // kBitmapFramesAfterUse frames come as bitmaps before planes are tried again: a viewer
     // that needs both must not make every frame be decoded twice. A bitmap needed now and then
     // (a still picture asked for once a second) costs only its own decoding.
@@ -135,8 +140,8 @@ public:
 
 private:
     bool CopyFrame(const VideoHeader& header, double bytes_per_pixel);
-    bool TakePlanes(const VideoHeader& header);
-    void AskForPlanes();
+    bool TakeJpeg(const VideoHeader& header);
+    void AskForJpeg();
     void LogFrameInfo(const VideoHeader& header, double bytes_per_pixel) const;
     void CountFrame(double now);
     // Where the motion detector takes each new frame; wired when the detector is built.
@@ -173,13 +178,16 @@ private:
     bool reset_frame_ = true;
     bool show_preview_in_setup_ = false;
     bool show_debug_info_ = false;
-    mutable tess::DIB dib_; // made from planes_ on demand
-    YCbCrPlanes planes_;
-    std::vector<std::uint8_t> planes_jpeg_; // the frame the planes came from
-    bool planes_current_ = false;           // the newest frame is in planes_
-    mutable bool dib_pending_ = false;      // dib_ still holds an older frame
-    mutable bool planes_asked_ = false;     // since the last frame
-    mutable bool bitmap_made_ = false;      // of the newest frame, from its planes
+    mutable tess::DIB dib_;      // made from jpeg_ on demand
+    mutable tess::DIB decoded_;  // where it is decoded first
+    mutable YCbCrPlanes planes_; // of jpeg_, on demand
+    std::vector<std::uint8_t> jpeg_;
+    bool jpeg_current_ = false;           // the newest frame is in jpeg_
+    mutable bool dib_pending_ = false;    // dib_ still holds an older frame
+    mutable bool planes_pending_ = false; // planes_ are not jpeg_'s yet
+    mutable bool planes_ok_ = false;      // planes_ are jpeg_'s
+    mutable bool jpeg_asked_ = false;     // since the last frame
+    mutable bool bitmap_made_ = false;    // of the newest frame, from its JPEG
     int bitmap_streak_ = 0;
     int bitmap_frames_left_ = 0;
     std::vector<std::uint8_t> buffer_; // 16-bit frames widened here

@@ -175,12 +175,12 @@ void VideoFeed::FrameCallback(const VideoHeader& header, double now) {
         show_debug_info_ = false;
     }
     if (CopyFrame(header, bytes_per_pixel)) ++revision_;
-    AskForPlanes();
+    AskForJpeg();
 }
 
-// Planes are asked for while something takes them (a canvas passing the frame through) and
-// the bitmaps of planes frames were not needed for several frames in a row lately.
-void VideoFeed::AskForPlanes() {
+// JPEGs are asked for while something takes them (a canvas passing the frame through) and
+// the bitmaps of JPEG frames were not needed for several frames in a row lately.
+void VideoFeed::AskForJpeg() {
     bitmap_streak_ = bitmap_made_ ? bitmap_streak_ + 1 : 0;
     bitmap_made_ = false;
     if (bitmap_streak_ >= kBitmapStreak) {
@@ -190,34 +190,52 @@ void VideoFeed::AskForPlanes() {
         --bitmap_frames_left_;
     }
     if (driver_)
-        driver_->SetPlanesWanted(planes_asked_ && bitmap_frames_left_ == 0 && !motion_.Enabled());
-    planes_asked_ = false;
+        driver_->SetJpegWanted(jpeg_asked_ && bitmap_frames_left_ == 0 && !motion_.Enabled());
+    jpeg_asked_ = false;
+}
+
+std::span<const std::uint8_t> VideoFeed::Jpeg() const {
+    jpeg_asked_ = true;
+    if (!jpeg_current_) return {};
+    return jpeg_;
 }
 
 const YCbCrPlanes* VideoFeed::Planes() const {
-    planes_asked_ = true;
-    return planes_current_ ? &planes_ : nullptr;
+    jpeg_asked_ = true;
+    if (!jpeg_current_) return nullptr;
+    if (planes_pending_) {
+        planes_pending_ = false;
+        planes_ok_ = DecodeJpegToPlanes(jpeg_, planes_) && planes_.width == width_ &&
+                     planes_.height == height_;
+    }
+    return planes_ok_ ? &planes_ : nullptr;
 }
 
 const DIB& VideoFeed::DIB() const {
     if (!dib_pending_) return dib_;
     dib_pending_ = false;
     bitmap_made_ = true;
-    // The same JPEG decoded straight to BGR: exactly the picture a bitmap frame would give.
-    if (!DecodeJpegIntoDIB(planes_jpeg_, dib_) || dib_.Width() != width_ ||
-        dib_.Height() != height_)
+    // The JPEG decoded straight to BGR: exactly the picture a bitmap frame would give. Planes
+    // that came with it stand in when it will not decode.
+    if (DecodeJpegIntoDIB(jpeg_, decoded_) && decoded_.Width() == width_ &&
+        decoded_.Height() == height_)
+        std::swap(dib_, decoded_);
+    else if (planes_ok_ && !planes_pending_)
         PlanesToDIB(planes_, dib_);
     return dib_;
 }
 
-// A frame in planes is taken over whole (the driver gets the old buffers back); its bitmap
-// waits until something asks for it.
-bool VideoFeed::TakePlanes(const VideoHeader& header) {
-    if (header.planes->width != width_ || header.planes->height != height_ || !header.jpeg)
-        return false;
-    std::swap(planes_, *header.planes);
-    std::swap(planes_jpeg_, *header.jpeg);
-    planes_current_ = true;
+// A kept JPEG (and the planes a driver may have decoded from it) is taken over whole: the
+// driver gets the old buffers back. Its bitmap and planes wait until something asks.
+bool VideoFeed::TakeJpeg(const VideoHeader& header) {
+    const bool with_planes = header.planes && header.planes->width == width_ &&
+                             header.planes->height == height_ && header.planes->Whole();
+    if (header.planes && !with_planes) return false;
+    std::swap(jpeg_, *header.jpeg);
+    if (with_planes) std::swap(planes_, *header.planes);
+    planes_ok_ = with_planes;
+    planes_pending_ = !with_planes;
+    jpeg_current_ = true;
     dib_pending_ = true;
     return true;
 }
@@ -229,8 +247,8 @@ bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
     if (bytes_per_pixel != 3 && bytes_per_pixel != 2) return false;
     const auto size = static_cast<std::size_t>(PaddedSize(width_, height_, 3));
     if (!dib_.HasBitmap() || header.bytes_used > size || dib_.BufferSize() > size) return false;
-    if (header.planes) {
-        if (bytes_per_pixel != 3 || !TakePlanes(header)) return false;
+    if (header.jpeg) {
+        if (bytes_per_pixel != 3 || !TakeJpeg(header)) return false;
     } else if (bytes_per_pixel == 3) {
         std::memcpy(dib_.DIBPtr(), header.data, dib_.BufferSize());
     } else {
@@ -240,7 +258,7 @@ bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
         DIB1624(buffer_.data(), width_, height_);
         std::memcpy(dib_.DIBPtr(), buffer_.data(), dib_.BufferSize());
     }
-    if (!header.planes) planes_current_ = dib_pending_ = false;
+    if (!header.jpeg) jpeg_current_ = dib_pending_ = false;
     new_dib_ = true;
     new_preview_dib_ = true;
     if (motion_.Enabled()) FeedMotionDetector();

@@ -11,6 +11,7 @@
 #include "document/text_item.h"
 #include "document/video_streaming.h"
 #include "imaging/dib.h"
+#include "imaging/jpeg_transcoder.h"
 #include "imaging/ycbcr_overlay.h"
 #include "imaging/ycbcr_planes.h"
 #include "publish/canvas_web_server.h"
@@ -232,6 +233,8 @@ public:
     std::uint64_t PictureRevision() const { return layers_.Revision() + passed_frames_; }
     // Camera frames that went to the stream without being drawn (tests, benchmarks).
     std::uint64_t PassedFrames() const { return passed_frames_; }
+    // Of those sent to viewers, the ones whose JPEG was the camera's, transcoded.
+    std::uint64_t TranscodedFrames() const { return transcoded_frames_; }
 
     // ---- Outputs ----
     // The fixed file, the sequential file and the desktop background when due at `now`.
@@ -283,6 +286,9 @@ private:
     void DeferCamera(GraphicItem& item, int index, const CompositionServices& services);
     bool OverlayStale() const;
     bool PassFrameThrough(const CompositionServices& services, bool changed_this_pass);
+    std::vector<std::uint8_t> EncodePassedFrame(const CompositionServices& services,
+                                                std::string_view feed,
+                                                std::span<const std::uint8_t> jpeg);
     bool OverlayReady(bool changed_this_pass);
     void DrawOverCamera(DIB& target, bool shadows);
     enum class ShadowsOver { None, Frame, Items };
@@ -374,7 +380,9 @@ private:
     bool composing_ = false;                   // inside UpdateImage
     YCbCrOverlay overlay_;
     YCbCrPlanes passed_;
+    JpegTranscoder transcoder_;
     std::uint64_t passed_frames_ = 0;
+    std::uint64_t transcoded_frames_ = 0;
 };
 
 } // namespace tess

@@ -1,12 +1,13 @@
 // A canvas that is a camera frame with items over it (the usual webcam picture: the frame,
 // a logo, a caption and the time) sends each new frame to its live stream without drawing
-// it: the frame stays in the YCbCr planes the camera's JPEG decoded to, the items are laid
-// over them as a kept overlay, and the stream's JPEG is encoded from the planes. Neither
-// colour conversion nor a copy of the frame into the layers is made; the layers get the
-// frame only when the composed picture itself is asked for (a save, an upload, a request
-// for the still picture).
+// it: the camera's JPEG is transcoded with the items laid over it as a kept overlay, so only
+// the blocks under the items are ever decoded (or, for a camera of other sampling, the
+// frame's YCbCr planes get the overlay and are encoded). Neither colour conversion nor a
+// copy of the frame into the layers is made; the layers get the frame only when the composed
+// picture itself is asked for (a save, an upload, a request for the still picture).
 
 #include "document/canvas.h"
+#include "imaging/jpeg.h"
 #include "time/next_update.h"
 
 namespace tess {
@@ -74,22 +75,39 @@ bool Canvas::OverlayStale() const {
 // every frame would otherwise cost an overlay each time): that frame is drawn the ordinary
 // way, and the overlay is made from the next one on.
 bool Canvas::PassFrameThrough(const CompositionServices& services, bool changed_this_pass) {
-    const GraphicItem& camera = *graphics_.items[deferred_index_];
-    // Asked for even without viewers: the reader then decodes the frames only to planes.
-    const FeedPlanes frame = services.feed_planes(camera.SourceVideoFeedName());
+    const std::string_view feed = graphics_.items[deferred_index_]->SourceVideoFeedName();
+    // Asked for even without viewers: the reader then keeps the frames undecoded.
+    const FeedPlanes frame = services.feed_planes(feed, false);
     if (!web_server_.Stream().HasViewers()) {
         ++passed_frames_;
         web_server_.PictureRecomposed(services.now);
         return true;
     }
+    if (frame.jpeg.empty() || !OverlayReady(changed_this_pass)) return false;
+    std::vector<std::uint8_t> picture = EncodePassedFrame(services, feed, frame.jpeg);
+    if (picture.empty()) return false;
+    ++passed_frames_;
+    web_server_.PictureRecomposed(services.now, std::move(picture));
+    return true;
+}
+
+// The stream's picture: the camera's JPEG transcoded with the overlay when it is 4:2:0 (only
+// the blocks under the items are decoded), else the frame's planes overlaid and encoded.
+std::vector<std::uint8_t> Canvas::EncodePassedFrame(const CompositionServices& services,
+                                                    std::string_view feed,
+                                                    std::span<const std::uint8_t> jpeg) {
+    std::vector<std::uint8_t> picture;
+    const int quality = web_server_.Quality();
+    if (transcoder_.Transcode(jpeg, overlay_, quality, picture)) {
+        ++transcoded_frames_;
+        return picture;
+    }
+    const FeedPlanes frame = services.feed_planes(feed, true);
     if (!frame.planes || frame.planes->width != width_ || frame.planes->height != height_)
-        return false;
-    if (!OverlayReady(changed_this_pass)) return false;
+        return {};
     passed_ = *frame.planes;
     overlay_.ApplyTo(passed_);
-    ++passed_frames_;
-    web_server_.PictureRecomposed(services.now, &passed_);
-    return true;
+    return EncodeJpegPlanes(passed_, quality);
 }
 
 // Everything over the camera drawn without shadows over black and over white, and the

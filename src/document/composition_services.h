@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string_view>
 
 namespace tess {
@@ -27,9 +28,11 @@ struct SharedPicture {
     std::uint64_t revision = 0;
 };
 
-// A camera frame still in the YCbCr planes it was decoded to, with its feed's revision.
+// A camera frame still as the camera's JPEG, and the YCbCr planes it decodes to when they
+// were asked for, with its feed's revision.
 struct FeedPlanes {
-    const YCbCrPlanes* planes = nullptr; // null: the frame is not in planes (or none came)
+    std::span<const std::uint8_t> jpeg;  // empty: the frame is no JPEG (or none came)
+    const YCbCrPlanes* planes = nullptr; // null: not asked for, or none to be had
     std::uint64_t revision = 0;
 };
 
@@ -45,9 +48,9 @@ struct CompositionServices {
     std::function<SharedPicture(std::string_view feed_name)> feed_frame;
     // The revision feed_frame would give, without making the frame's bitmap; 0: no frame.
     std::function<std::uint64_t(std::string_view feed_name)> feed_revision;
-    // The newest frame as planes, for a canvas that passes it through undrawn; asking keeps
-    // the frames coming that way.
-    std::function<FeedPlanes(std::string_view feed_name)> feed_planes;
+    // The newest frame as the camera's JPEG, and when `decoded` its planes, for a canvas that
+    // passes it through undrawn; asking keeps the frames coming that way.
+    std::function<FeedPlanes(std::string_view feed_name, bool decoded)> feed_planes;
     // A download finished or a picture arrived between ticks: a tick is wanted soon.
     std::function<void()> wake;
 

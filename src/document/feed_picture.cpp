@@ -38,9 +38,9 @@ std::uint64_t FeedPicture::Revision(const VideoFeed& feed, double now) {
     return Stale(feed, now) ? feed.FrameRevision() | kStaleMark : feed.FrameRevision();
 }
 
-FeedPlanes FeedPicture::Planes(const VideoFeed& feed, double now) {
+FeedPlanes FeedPicture::Planes(const VideoFeed& feed, double now, bool decoded) {
     if (!feed.Valid() || !feed.HasPicture() || Stale(feed, now)) return {};
-    return {feed.Planes(), feed.FrameRevision()};
+    return {feed.Jpeg(), decoded ? feed.Planes() : nullptr, feed.FrameRevision()};
 }
 
 SharedPicture FeedPicture::Picture(const VideoFeed& feed, double now, TextRenderer* text) {

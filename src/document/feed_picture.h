@@ -24,8 +24,8 @@ public:
     SharedPicture Picture(const VideoFeed& feed, double now, TextRenderer* text);
     // The revision Picture would give, without making the frame's bitmap; 0 without a frame.
     static std::uint64_t Revision(const VideoFeed& feed, double now);
-    // The frame's planes while it is live and came that way.
-    static FeedPlanes Planes(const VideoFeed& feed, double now);
+    // The frame's JPEG (and when `decoded` its planes) while it is live and came that way.
+    static FeedPlanes Planes(const VideoFeed& feed, double now, bool decoded);
     // When, after `now`, the picture turns stale if no frame comes; else `limit`.
     static double StaleTime(const VideoFeed& feed, double now, double limit);
 

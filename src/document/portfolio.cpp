@@ -37,9 +37,9 @@ Portfolio::Portfolio(SunTimes& sun) : sun_(&sun) {
         const tess::VideoFeed* feed = FindFeed(name);
         return feed ? FeedPicture::Revision(*feed, capture_time_) : std::uint64_t{0};
     };
-    composition_.feed_planes = [this](std::string_view name) {
+    composition_.feed_planes = [this](std::string_view name, bool decoded) {
         const tess::VideoFeed* feed = FindFeed(name);
-        return feed ? FeedPicture::Planes(*feed, capture_time_) : FeedPlanes{};
+        return feed ? FeedPicture::Planes(*feed, capture_time_, decoded) : FeedPlanes{};
     };
     composition_.events = &events_;
     karvell_.SetScriptEvents(&events_);

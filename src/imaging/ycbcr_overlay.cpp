@@ -93,14 +93,17 @@ int ExtendRuns(std::vector<Run>& runs, int row, int x, std::size_t samples) {
     return 0;
 }
 
+// The runs of rows top .. top + rows - 1, over a plane whose first row is `top`.
 template <typename Run>
 void ApplyRuns(const std::vector<Run>& runs, const std::uint16_t* scale, const std::int32_t* add,
-               std::uint8_t* plane, int stride) {
-    for (const Run& run : runs) {
-        std::uint8_t* out = plane + static_cast<std::ptrdiff_t>(run.row) * stride + run.x;
-        const std::uint16_t* s = scale + run.first;
-        const std::int32_t* a = add + run.first;
-        for (int i = 0; i < run.count; ++i) {
+               std::uint8_t* plane, int stride, int top, int rows) {
+    auto run = std::lower_bound(runs.begin(), runs.end(), top,
+                                [](const Run& r, int row) { return r.row < row; });
+    for (; run != runs.end() && run->row < top + rows; ++run) {
+        std::uint8_t* out = plane + static_cast<std::ptrdiff_t>(run->row - top) * stride + run->x;
+        const std::uint16_t* s = scale + run->first;
+        const std::int32_t* a = add + run->first;
+        for (int i = 0; i < run->count; ++i) {
             const std::int32_t v = (out[i] * static_cast<std::int32_t>(s[i]) + a[i]) >> kShift;
             out[i] = static_cast<std::uint8_t>(std::clamp(v, 0, 255));
         }
@@ -146,6 +149,7 @@ bool YCbCrOverlay::Build(const DIB& over_black, const DIB& over_white,
     if (!luma_runs_.empty()) BuildChroma(over_black, shows);
     if (shadows_over_white) BuildShadows(*shadows_over_white, shows);
     touched_.clear();
+    MarkBlocks();
     return true;
 }
 
@@ -204,18 +208,23 @@ void YCbCrOverlay::BuildShadows(const DIB& shadows_over_white,
 
 // Each pixel of a shadowed sample is darkened channel by channel, as the canvas does, and
 // the sample's chroma becomes that of its darkened pixels.
-void YCbCrOverlay::ApplyShadows(YCbCrPlanes& planes) const {
-    const int chroma_width = planes.ChromaWidth();
-    for (const ShadowBlock& block : shadows_) {
-        std::uint8_t& cb = planes.cb[static_cast<std::size_t>(block.cy) * chroma_width + block.cx];
-        std::uint8_t& cr = planes.cr[static_cast<std::size_t>(block.cy) * chroma_width + block.cx];
+void YCbCrOverlay::ApplyShadows(const Band& band) const {
+    const int chroma_top = band.top / 2, chroma_end = (band.top + band.rows + 1) / 2;
+    auto block = std::lower_bound(shadows_.begin(), shadows_.end(), chroma_top,
+                                  [](const ShadowBlock& b, int cy) { return b.cy < cy; });
+    for (; block != shadows_.end() && block->cy < chroma_end; ++block) {
+        const std::ptrdiff_t at =
+            static_cast<std::ptrdiff_t>(block->cy - chroma_top) * band.chroma_stride + block->cx;
+        std::uint8_t& cb = band.cb[at];
+        std::uint8_t& cr = band.cr[at];
         int cb_sum = 0, cr_sum = 0, count = 0;
         for (int i = 0; i < 4; ++i) {
-            const int x = 2 * block.cx + i % 2, y = 2 * block.cy + i / 2;
+            const int x = 2 * block->cx + i % 2, y = 2 * block->cy + i / 2;
             if (x >= width_ || y >= height_) continue;
-            std::uint8_t& luma = planes.y[static_cast<std::size_t>(y) * width_ + x];
+            std::uint8_t& luma =
+                band.y[static_cast<std::ptrdiff_t>(y - band.top) * band.y_stride + x];
             const Rgb p = ToRgb(luma, cb, cr);
-            const int level = block.level[i];
+            const int level = block->level[i];
             const int r = std::max(p.r - level, 0), g = std::max(p.g - level, 0),
                       b = std::max(p.b - level, 0);
             luma = static_cast<std::uint8_t>((19595 * r + 38470 * g + 7471 * b + (1 << 15)) >> 16);
@@ -230,6 +239,26 @@ void YCbCrOverlay::ApplyShadows(YCbCrPlanes& planes) const {
         };
         cb = static_cast<std::uint8_t>(mean(cb_sum));
         cr = static_cast<std::uint8_t>(mean(cr_sum));
+    }
+}
+
+// The blocks a transcoder must take apart: those of the runs, and both planes' blocks under
+// each shadowed sample (a shadow changes luma and chroma alike).
+void YCbCrOverlay::MarkBlocks() {
+    const int luma_columns = LumaBlockColumns(), chroma_columns = ChromaBlockColumns();
+    luma_blocks_.assign(static_cast<std::size_t>(luma_columns) * ((height_ + 7) / 8), 0);
+    chroma_blocks_.assign(static_cast<std::size_t>(chroma_columns) * ((height_ + 15) / 16), 0);
+    auto mark = [](std::vector<std::uint8_t>& blocks, int columns, int row, int from, int to) {
+        std::uint8_t* line = blocks.data() + static_cast<std::size_t>(row / 8) * columns;
+        std::fill(line + from / 8, line + (to - 1) / 8 + 1, 1);
+    };
+    for (const Run& run : luma_runs_)
+        mark(luma_blocks_, luma_columns, run.row, run.x, run.x + run.count);
+    for (const Run& run : chroma_runs_)
+        mark(chroma_blocks_, chroma_columns, run.row, run.x, run.x + run.count);
+    for (const ShadowBlock& block : shadows_) {
+        mark(luma_blocks_, luma_columns, 2 * block.cy, 2 * block.cx, 2 * block.cx + 1);
+        mark(chroma_blocks_, chroma_columns, block.cy, block.cx, block.cx + 1);
     }
 }
 
@@ -291,6 +320,8 @@ void YCbCrOverlay::Clear() {
     cb_add_.clear();
     cr_add_.clear();
     shadows_.clear();
+    luma_blocks_.clear();
+    chroma_blocks_.clear();
 }
 
 bool YCbCrOverlay::Empty() const {
@@ -299,11 +330,20 @@ bool YCbCrOverlay::Empty() const {
 
 void YCbCrOverlay::ApplyTo(YCbCrPlanes& planes) const {
     if (Empty() || planes.width != width_ || planes.height != height_ || !planes.Whole()) return;
-    ApplyShadows(planes);
-    ApplyRuns(luma_runs_, luma_scale_.data(), luma_add_.data(), planes.y.data(), width_);
-    const int stride = planes.ChromaWidth();
-    ApplyRuns(chroma_runs_, chroma_scale_.data(), cb_add_.data(), planes.cb.data(), stride);
-    ApplyRuns(chroma_runs_, chroma_scale_.data(), cr_add_.data(), planes.cr.data(), stride);
+    ApplyTo(Band{planes.y.data(), planes.cb.data(), planes.cr.data(), width_, planes.ChromaWidth(),
+                 0, height_});
+}
+
+void YCbCrOverlay::ApplyTo(const Band& band) const {
+    if (Empty()) return;
+    ApplyShadows(band);
+    ApplyRuns(luma_runs_, luma_scale_.data(), luma_add_.data(), band.y, band.y_stride, band.top,
+              band.rows);
+    const int chroma_top = band.top / 2, chroma_rows = (band.top + band.rows + 1) / 2 - chroma_top;
+    ApplyRuns(chroma_runs_, chroma_scale_.data(), cb_add_.data(), band.cb, band.chroma_stride,
+              chroma_top, chroma_rows);
+    ApplyRuns(chroma_runs_, chroma_scale_.data(), cr_add_.data(), band.cr, band.chroma_stride,
+              chroma_top, chroma_rows);
 }
 
 } // namespace tess

@@ -42,6 +42,27 @@ public:
     // Lays the items over `planes`, which must have the overlay's size.
     void ApplyTo(YCbCrPlanes& planes) const;
 
+    // A stretch of a picture's planes: luma rows top .. top + rows - 1 (top even) and the
+    // chroma rows beside them, each at its plane's stride from the one above.
+    struct Band {
+        std::uint8_t* y = nullptr;
+        std::uint8_t* cb = nullptr;
+        std::uint8_t* cr = nullptr;
+        int y_stride = 0;
+        int chroma_stride = 0;
+        int top = 0;
+        int rows = 0;
+    };
+    // Lays the items over the band's rows: only the samples they change are read.
+    void ApplyTo(const Band& band) const;
+
+    // The 8 x 8 blocks of the luma and chroma planes the overlay changes, row by row
+    // (1: changed), BlockColumns() of each plane to a row.
+    const std::vector<std::uint8_t>& LumaBlocks() const { return luma_blocks_; }
+    const std::vector<std::uint8_t>& ChromaBlocks() const { return chroma_blocks_; }
+    int LumaBlockColumns() const { return (width_ + 7) / 8; }
+    int ChromaBlockColumns() const { return (width_ + 15) / 16; }
+
 private:
     // Samples x .. x + count - 1 of a plane row, whose per-sample data start at `first`.
     struct Run {
@@ -58,7 +79,8 @@ private:
                      const std::vector<std::uint8_t>& shows);
     // The columns of chroma row `cy` that its two luma rows touch.
     std::pair<int, int> TouchedChroma(int cy) const;
-    void ApplyShadows(YCbCrPlanes& planes) const;
+    void ApplyShadows(const Band& band) const;
+    void MarkBlocks();
 
     // The levels a shadow takes off the four pixels of one chroma sample (0 outside it).
     struct ShadowBlock {
@@ -78,6 +100,8 @@ private:
     std::vector<std::int32_t> cb_add_;
     std::vector<std::int32_t> cr_add_;
     std::vector<ShadowBlock> shadows_;
+    std::vector<std::uint8_t> luma_blocks_;
+    std::vector<std::uint8_t> chroma_blocks_;
     // While building: the columns [first, last) of each row that anything touches, so that
     // the rows' untouched stretches (most of the picture) are passed over.
     std::vector<std::pair<int, int>> touched_;

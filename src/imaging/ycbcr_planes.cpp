@@ -105,11 +105,32 @@ bool Decode422(std::span<const std::uint8_t> bytes, YCbCrPlanes& planes) {
 
 } // namespace
 
+namespace {
+
+bool PlanesHeader(std::span<const std::uint8_t> bytes, jpeg_codec::Header& header) {
+    return jpeg_codec::DecodableHeader(bytes, header) && header.colorspace == TJCS_YCbCr &&
+           (header.subsampling == TJSAMP_420 || header.subsampling == TJSAMP_422);
+}
+
+} // namespace
+
+bool JpegForPlanes(std::span<const std::uint8_t> bytes, int& width, int& height) {
+    jpeg_codec::Header header;
+    // A frame cut short (the usual damage on a network) lacks its end marker; padding after
+    // it is allowed.
+    const std::size_t tail = std::min<std::size_t>(bytes.size(), 64);
+    bool ended = false;
+    for (std::size_t i = bytes.size() - tail; !ended && i + 1 < bytes.size(); ++i)
+        ended = bytes[i] == 0xFF && bytes[i + 1] == 0xD9;
+    if (!ended || !PlanesHeader(bytes, header)) return false;
+    width = header.width;
+    height = header.height;
+    return true;
+}
+
 bool DecodeJpegToPlanes(std::span<const std::uint8_t> bytes, YCbCrPlanes& planes) {
     jpeg_codec::Header header;
-    if (!jpeg_codec::DecodableHeader(bytes, header)) return false;
-    if (header.colorspace != TJCS_YCbCr) return false;
-    if (header.subsampling != TJSAMP_420 && header.subsampling != TJSAMP_422) return false;
+    if (!PlanesHeader(bytes, header)) return false;
     if (!planes.Resize(header.width, header.height)) return false;
     return header.subsampling == TJSAMP_420 ? Decode420(bytes, planes) : Decode422(bytes, planes);
 }

@@ -35,6 +35,10 @@ struct YCbCrPlanes {
 // DIB limits: the caller then decodes it the ordinary way.
 bool DecodeJpegToPlanes(std::span<const std::uint8_t> bytes, YCbCrPlanes& planes);
 
+// Whether DecodeJpegToPlanes would take the picture, judged by its header and end marker
+// alone (a frame kept undecoded until it is used), and its size.
+bool JpegForPlanes(std::span<const std::uint8_t> bytes, int& width, int& height);
+
 // The planes as the bottom-up BGR rows of `dib` (sized to them), for tests and for pictures
 // that must be drawn after all.
 bool PlanesToDIB(const YCbCrPlanes& planes, DIB& dib);

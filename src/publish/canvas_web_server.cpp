@@ -32,11 +32,8 @@ const JpegBytes& CanvasWebServer::JPEGData(double now) {
     return jpeg_;
 }
 
-void CanvasWebServer::Encode(double now, const YCbCrPlanes* planes) {
-    std::vector<std::uint8_t> bytes;
-    if (planes) {
-        bytes = EncodeJpegPlanes(*planes, quality_);
-    } else if (picture_) {
+void CanvasWebServer::Encode(double now, std::vector<std::uint8_t> bytes) {
+    if (bytes.empty() && picture_) {
         const DIB& picture = picture_();
         if (picture.HasBitmap()) bytes = EncodeJpeg(picture, quality_);
     }
@@ -53,12 +50,12 @@ void CanvasWebServer::Encode(double now, const YCbCrPlanes* planes) {
     last_modified_ = now;
 }
 
-void CanvasWebServer::PictureRecomposed(double now, const YCbCrPlanes* planes) {
+void CanvasWebServer::PictureRecomposed(double now, std::vector<std::uint8_t> encoded) {
     if (!stream_->HasViewers()) {
         stream_stale_ = true;
         return;
     }
-    PublishToStream(now, planes);
+    PublishToStream(now, std::move(encoded));
 }
 
 std::shared_ptr<PictureStream> CanvasWebServer::StartStream(double now) {
@@ -70,9 +67,9 @@ std::shared_ptr<PictureStream> CanvasWebServer::StartStream(double now) {
 }
 
 // One encoding per picture, shared by the stream's viewers and the plain picture requests.
-void CanvasWebServer::PublishToStream(double now, const YCbCrPlanes* planes) {
+void CanvasWebServer::PublishToStream(double now, std::vector<std::uint8_t> encoded) {
     if (!schedule_.EnableNow(now)) return stream_->End(off_schedule_file_);
-    Encode(now, planes);
+    Encode(now, std::move(encoded));
     stream_stale_ = false;
     stream_->Publish(*jpeg_);
 }

@@ -14,12 +14,12 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace tess {
 
 class DIB;
 class SunTimes;
-struct YCbCrPlanes;
 
 class CanvasWebServer {
 public:
@@ -81,9 +81,9 @@ public:
     // a new picture, and while anyone watches, that picture is encoded once (it becomes the
     // kept picture, whatever Interval says) and sent to every viewer. Outside the schedule
     // the stream ends.
-    // `planes`, when given, is the new picture in YCbCr form: the stream's part is encoded
-    // from it, and the canvas's bitmap is not asked for.
-    void PictureRecomposed(double now, const YCbCrPlanes* planes = nullptr);
+    // `encoded`, when given, is the new picture already encoded at Quality(): it is sent as
+    // it is, and the canvas's bitmap is not asked for.
+    void PictureRecomposed(double now, std::vector<std::uint8_t> encoded = {});
     // A new viewer's stream, with a part to start from: the kept picture when it is the
     // canvas's newest, else a fresh encoding.
     std::shared_ptr<PictureStream> StartStream(double now);
@@ -102,8 +102,8 @@ public:
 
 private:
     void Mark(bool changed) { needs_saving_ |= changed; }
-    void Encode(double now, const YCbCrPlanes* planes = nullptr);
-    void PublishToStream(double now, const YCbCrPlanes* planes = nullptr);
+    void Encode(double now, std::vector<std::uint8_t> encoded = {});
+    void PublishToStream(double now, std::vector<std::uint8_t> encoded = {});
 
     bool enabled_ = false;
     std::string file_name_;

@@ -201,11 +201,11 @@ TEST(CameraStreams, HttpMjpegCameraAndCorruptFramesAmongGoodOnes) {
     EXPECT_GE(checked, 10);
 }
 
-// While only planes are asked for, MJPEG frames stop at their YCbCr planes; the bitmap made
-// when one is wanted after all is exactly the frame's own decoding, and when bitmaps are
-// wanted frame after frame, frames come as bitmaps for a while. Broken frames among the good
-// ones still never show.
-TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
+// While only the JPEG or its planes are asked for, MJPEG frames come as the camera sent them;
+// the bitmap made when one is wanted after all is exactly the frame's own decoding, and when
+// bitmaps are wanted frame after frame, frames come as bitmaps for a while. Broken frames
+// among the good ones still never show.
+TEST(CameraStreams, MjpegFramesComeUndecodedWhileNothingWantsTheirBitmaps) {
     const std::vector<std::uint8_t> red = SolidJpeg(0x0000FF);
     std::vector<std::uint8_t> truncated = SolidJpeg(0xFF0000);
     truncated.resize(40);
@@ -215,17 +215,19 @@ TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
 
     LiveFeed live(camera.server.Url("/mixed"));
     std::uint64_t revision = 0;
-    int in_planes = 0;
+    int undecoded = 0;
     ASSERT_TRUE(live.TickUntil(
         [&] {
             const YCbCrPlanes* planes = live.feed.Planes();
             if (live.feed.FrameRevision() == revision || !planes) return false;
             revision = live.feed.FrameRevision();
+            const std::span<const std::uint8_t> jpeg = live.feed.Jpeg();
+            EXPECT_TRUE(std::equal(jpeg.begin(), jpeg.end(), red.begin(), red.end()));
             EXPECT_EQ(planes->width, 96);
             EXPECT_EQ(planes->height, 64);
             EXPECT_NEAR(planes->y[planes->width * 10 + 10], 76, 3); // red's luma
             EXPECT_GE(planes->cr[planes->ChromaWidth() * 5 + 5], 250);
-            return ++in_planes >= 5;
+            return ++undecoded >= 5;
         },
         10000ms));
     DIB expected;
@@ -242,7 +244,7 @@ TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
             [&] {
                 if (live.feed.FrameRevision() == revision) return false;
                 revision = live.feed.FrameRevision();
-                const bool bitmap = live.feed.Planes() == nullptr; // asking keeps planes wanted
+                const bool bitmap = live.feed.Jpeg().empty(); // asking keeps JPEGs wanted
                 bitmaps += ++seen > 2 && bitmap;
                 if (make_bitmaps) live.feed.DIB();
                 return seen >= frames;
@@ -250,7 +252,7 @@ TEST(CameraStreams, MjpegFramesComeAsPlanesWhileNothingWantsTheirBitmaps) {
             10000ms);
         return seen == frames ? bitmaps : -1;
     };
-    // One bitmap now and then (a still picture asked for) keeps the planes coming; bitmaps of
+    // One bitmap now and then (a still picture asked for) keeps the JPEGs coming; bitmaps of
     // several frames in a row turn the feed to bitmaps.
     EXPECT_EQ(bitmaps_among(8, false), 0);
     bitmaps_among(VideoFeed::kBitmapStreak + 1, true);

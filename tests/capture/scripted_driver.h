@@ -23,11 +23,12 @@ struct ScriptedCamera {
     std::vector<std::uint8_t> frame; // delivered at the next DeliverFrame after a request
     bool has_frame = false;
     std::uint32_t buffer_length = 0; // 0: the frame's size
-    // When set, the same frame as a JPEG: it is delivered as YCbCr planes while the feed
-    // wants them, as the MJPEG cameras do.
+    // When set, the same frame as a JPEG: it is delivered undecoded while the feed wants it,
+    // as the MJPEG cameras do, with its YCbCr planes when `with_planes` is set.
     std::vector<std::uint8_t> jpeg;
-    bool planes_wanted = false;
-    int planes_delivered = 0;
+    bool with_planes = false;
+    bool jpeg_wanted = false;
+    int jpegs_delivered = 0;
 };
 
 class ScriptedDriver : public CaptureDriver {
@@ -58,19 +59,19 @@ public:
         VideoHeader header;
         header.bytes_used = static_cast<std::uint32_t>(camera_.frame.size());
         header.buffer_length = camera_.buffer_length ? camera_.buffer_length : header.bytes_used;
-        if (camera_.planes_wanted && !camera_.jpeg.empty() &&
-            DecodeJpegToPlanes(camera_.jpeg, planes_)) {
+        if (camera_.jpeg_wanted && !camera_.jpeg.empty()) {
             jpeg_ = camera_.jpeg;
-            header.planes = &planes_;
             header.jpeg = &jpeg_;
-            ++camera_.planes_delivered;
+            if (camera_.with_planes && DecodeJpegToPlanes(camera_.jpeg, planes_))
+                header.planes = &planes_;
+            ++camera_.jpegs_delivered;
         } else {
             header.data = camera_.frame.data();
         }
         callback(header);
         return true;
     }
-    void SetPlanesWanted(bool wanted) override { camera_.planes_wanted = wanted; }
+    void SetJpegWanted(bool wanted) override { camera_.jpeg_wanted = wanted; }
     std::string StateText() const override { return "receiving frames"; }
 
 private:

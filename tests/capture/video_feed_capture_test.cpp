@@ -1,6 +1,7 @@
 #include "capture/frame_rate_choices.h"
 #include "capture/padded_size.h"
 #include "capture/video_feed.h"
+#include "imaging/jpeg.h"
 #include "scripted_driver.h"
 
 #include <string>
@@ -218,6 +219,56 @@ TEST_F(FeedFixture, SixteenBitFramesAreWidenedOthersLeaveThePicture) {
     EXPECT_EQ(feed.BPP(), 12);
     EXPECT_EQ(feed.FrameRevision(), revision);
     EXPECT_EQ(feed.FRAME(), 1);
+}
+
+// While something takes the camera's JPEG, MJPEG frames come undecoded: their planes and
+// bitmap are made when asked for, and a frame that turns out damaged leaves the bitmap of
+// the frame before.
+TEST_F(FeedFixture, KeptJpegFramesDecodeWhenAskedAndADamagedOneLeavesThePicture) {
+    VideoFeed feed;
+    Attach(feed, 0);
+    feed.SetEnabled(true);
+    ScriptedCamera& camera = catalog.cameras[0];
+    auto offer_jpeg = [&](std::uint8_t blue) {
+        Offer(0, 48, 32, blue);
+        DIB picture(48, 32);
+        picture.Clear(blue); // 0xBBGGRR: a red level
+        camera.jpeg = EncodeJpeg(picture, 90);
+    };
+    // A consumer asks for the JPEG after every frame, as a canvas passing it through does;
+    // the driver hears of it when the next frame has come, and the one after is a JPEG.
+    int frames = 0;
+    while (camera.jpegs_delivered == 0 && frames < 5) {
+        offer_jpeg(200);
+        feed.Grab(now + frames++ * kSecond);
+        EXPECT_EQ(feed.Jpeg().empty(), camera.jpegs_delivered == 0);
+    }
+    EXPECT_EQ(frames, 3);
+    ASSERT_EQ(camera.jpegs_delivered, 1);
+    const std::span<const std::uint8_t> jpeg = feed.Jpeg();
+    EXPECT_TRUE(std::equal(jpeg.begin(), jpeg.end(), camera.jpeg.begin(), camera.jpeg.end()));
+    const YCbCrPlanes* planes = feed.Planes();
+    ASSERT_NE(planes, nullptr);
+    EXPECT_EQ(planes->width, 48);
+    EXPECT_NEAR(feed.DIB().scanline(5)[2], 200, 2);
+    EXPECT_EQ(feed.FRAME(), 3);
+
+    // Its scan scrambled: the frame counts, but neither planes nor a bitmap come of it.
+    offer_jpeg(40);
+    for (std::size_t i = camera.jpeg.size() - 60; i < camera.jpeg.size() - 2; ++i)
+        camera.jpeg[i] = 0xFF;
+    feed.Grab(now + frames++ * kSecond);
+    EXPECT_EQ(camera.jpegs_delivered, 2);
+    EXPECT_FALSE(feed.Jpeg().empty());
+    EXPECT_EQ(feed.Planes(), nullptr);
+    EXPECT_NEAR(feed.DIB().scanline(5)[2], 200, 2);
+
+    // Planes the driver decoded come along and are not decoded again.
+    offer_jpeg(90);
+    camera.with_planes = true;
+    feed.Grab(now + frames * kSecond);
+    ASSERT_NE(feed.Planes(), nullptr);
+    EXPECT_NEAR(feed.DIB().scanline(5)[2], 90, 2);
 }
 
 TEST(FrameRateChoices, TheOneAMinuteTestLooksAtPositionNine) {

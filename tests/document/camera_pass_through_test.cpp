@@ -119,20 +119,39 @@ Difference Compare(const DIB& a, const DIB& b) {
     return d;
 }
 
-// The stream's newest part against the composed picture made a JPEG at the same quality:
-// both carry one encoding's error, so what is left is the planes' own.
-Difference StreamAgainstComposed(Canvas& canvas) {
+// The stream's newest part, and the composed picture made a JPEG at the same quality, each
+// against the composed picture itself: the stream may carry no more error than one encoding
+// of the canvas does. (Its blocks are the camera's, quantized again, so the two encodings'
+// errors are alike in size but not in place.)
+struct StreamError {
+    Difference stream, encoding;
+};
+
+std::ostream& operator<<(std::ostream& out, const StreamError& e) {
+    return out << "stream: " << e.stream << "; one encoding: " << e.encoding;
+}
+
+StreamError StreamAgainstComposed(Canvas& canvas) {
     const JpegBytes part = canvas.CanvasWebServer().Stream().Part();
-    DIB streamed, composed;
+    DIB streamed, encoded;
     EXPECT_TRUE(part);
-    if (!part) return {255, 255, 0, 0};
+    if (!part) return {{255, 255, 0, 0}, {}};
     // The part is its boundary and header lines, the JPEG, and a line end.
     const std::string_view bytes(reinterpret_cast<const char*>(part->Bytes().data()), part->size());
     const std::size_t body = bytes.find("\r\n\r\n") + 4;
     EXPECT_TRUE(DecodeJpegIntoDIB(part->Bytes().subspan(body, bytes.size() - body - 2), streamed));
-    EXPECT_TRUE(DecodeJpegIntoDIB(EncodeJpeg(canvas.ComposedDIB(), 80), composed));
-    if (streamed.Width() != kWidth || composed.Width() != kWidth) return {255, 255, 0, 0};
-    return Compare(streamed, composed);
+    const DIB& composed = canvas.ComposedDIB();
+    EXPECT_TRUE(DecodeJpegIntoDIB(EncodeJpeg(composed, 80), encoded));
+    if (streamed.Width() != kWidth || encoded.Width() != kWidth) return {{255, 255, 0, 0}, {}};
+    return {Compare(streamed, composed), Compare(encoded, composed)};
+}
+
+// Measured: the stream's mean error 1.85 against one encoding's 1.88, max 82 and 79 (the
+// frame's planes overlaid and encoded instead: 1.86).
+void ExpectStreamShowsComposed(Canvas& canvas) {
+    const StreamError e = StreamAgainstComposed(canvas);
+    EXPECT_LT(e.stream.mean, e.encoding.mean + 0.2) << e;
+    EXPECT_LE(e.stream.max, e.encoding.max + 12) << e;
 }
 
 TEST_F(CameraPassThrough, TheStreamShowsWhatTheCanvasComposes) {
@@ -143,11 +162,10 @@ TEST_F(CameraPassThrough, TheStreamShowsWhatTheCanvasComposes) {
     Frame(++n);
     EXPECT_EQ(canvas.PassedFrames(), 0u); // the first frame is drawn: nothing to pass yet
     ASSERT_TRUE(FramesUntilPassed(canvas, n));
-    EXPECT_GT(catalog.cameras[0].planes_delivered, 0);
+    EXPECT_GT(catalog.cameras[0].jpegs_delivered, 0);
+    EXPECT_GT(canvas.TranscodedFrames(), 0u); // the camera's JPEG is 4:2:0
     const std::uint64_t revision = stream->Revision();
-    Difference d = StreamAgainstComposed(canvas);
-    EXPECT_LT(d.mean, 0.7) << d;
-    EXPECT_LE(d.max, 28) << d;
+    ExpectStreamShowsComposed(canvas);
 
     // A new caption with a new frame: that frame is drawn the ordinary way, and the overlay is
     // made anew for the frames after it.
@@ -157,9 +175,7 @@ TEST_F(CameraPassThrough, TheStreamShowsWhatTheCanvasComposes) {
     EXPECT_EQ(canvas.PassedFrames(), passed);
     EXPECT_GT(stream->Revision(), revision);
     ASSERT_TRUE(FramesUntilPassed(canvas, n));
-    d = StreamAgainstComposed(canvas);
-    EXPECT_LT(d.mean, 0.7) << d;
-    EXPECT_LE(d.max, 28) << d;
+    ExpectStreamShowsComposed(canvas);
 
     // Without viewers a frame only waits to be drawn, and is when the picture is asked for.
     stream->Unsubscribe(viewer);
@@ -200,10 +216,10 @@ TEST_F(CameraPassThrough, OnlyAFrameDrawnAsItIsOverTheWholeCanvasPasses) {
     ASSERT_TRUE(FramesUntilPassed(canvas, n));
     // Motion detection needs every frame's bitmap: the frames stop coming as planes.
     portfolio.VideoFeed(0).MotionDetect().SetEnabled(true);
-    const int planes = catalog.cameras[0].planes_delivered;
+    const int planes = catalog.cameras[0].jpegs_delivered;
     for (int i = 0; i < 5; ++i)
         Frame(++n);
-    EXPECT_LE(catalog.cameras[0].planes_delivered, planes + 1);
+    EXPECT_LE(catalog.cameras[0].jpegs_delivered, planes + 1);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "imaging/bitmaps.h"
 #include "imaging/jpeg.h"
+#include "imaging/jpeg_transcoder.h"
 #include "imaging/kernels.h"
 #include "imaging/ycbcr_overlay.h"
 #include "imaging/ycbcr_planes.h"
@@ -358,4 +359,112 @@ TEST(YCbCrOverlay, RefusesWhatIsNoBlendAndLeavesUntouchedFramesAlone) {
 }
 
 } // namespace
+
+// The stream's picture made the cheap way (the camera's blocks kept, only those under the
+// items redone) against the planes way (the frame decoded, overlaid, encoded again), with
+// shadows, at an odd size whose last blocks are partly outside the picture.
+TEST(JpegTranscoder, KeepsTheFramesBlocksAndRedoesThoseUnderTheItems) {
+    const int width = 333, height = 245;
+    const DIB camera = Picture(width, height);
+    DIB over_black = test::Solid(width, height, 0),
+        over_white = test::Solid(width, height, 0xFFFFFF),
+        shadows = test::Solid(width, height, 0xFFFFFF);
+    DrawItems(over_black);
+    DrawItems(over_white);
+    const DIB coverage = Strokes(150, 31);
+    MergeAt(shadows, test::Solid(150, 31, 0x8C8C8C), 154, 184, kOpacityPerPixel, kNoColor, 255,
+            &coverage);
+    YCbCrOverlay overlay;
+    ASSERT_TRUE(overlay.Build(over_black, over_white, &shadows));
+    ASSERT_GT(overlay.ShadowedSamples(), 0u);
+
+    const std::vector<std::uint8_t> jpeg = Compress(camera, TJSAMP_420, 92);
+    JpegTranscoder transcoder;
+    std::vector<std::uint8_t> out;
+    ASSERT_TRUE(transcoder.Transcode(jpeg, overlay, 80, out));
+    YCbCrPlanes planes;
+    ASSERT_TRUE(DecodeJpegToPlanes(jpeg, planes));
+    overlay.ApplyTo(planes);
+    // Both ways quantize the same samples at quality 80 once more; measured against those
+    // samples they err alike (luma mean 1.16 both, max 31 and 30; blue mean 2.63 and 2.68),
+    // and differ from each other by a step here and there (BGR mean 0.9, max 29).
+    YCbCrPlanes transcoded, through_planes;
+    ASSERT_TRUE(DecodeJpegToPlanes(out, transcoded));
+    ASSERT_TRUE(DecodeJpegToPlanes(EncodeJpegPlanes(planes, 80), through_planes));
+    const Error luma = Compare(transcoded.y, planes.y),
+                luma_before = Compare(through_planes.y, planes.y);
+    const Error blue = Compare(transcoded.cb, planes.cb),
+                blue_before = Compare(through_planes.cb, planes.cb);
+    EXPECT_LT(luma.mean, luma_before.mean * 1.1);
+    EXPECT_LE(luma.max, luma_before.max + 4);
+    EXPECT_LT(blue.mean, blue_before.mean * 1.1);
+    DIB shown, before;
+    ASSERT_TRUE(PlanesToDIB(transcoded, shown));
+    ASSERT_TRUE(PlanesToDIB(through_planes, before));
+    const Error both = Compare(shown, before);
+    EXPECT_LT(both.mean, 1.2);
+    EXPECT_LE(both.max, 40);
+
+    // The quality asked for is the output's, whatever the camera's was.
+    std::vector<std::uint8_t> low, high;
+    ASSERT_TRUE(transcoder.Transcode(jpeg, overlay, 30, low));
+    ASSERT_TRUE(transcoder.Transcode(jpeg, overlay, 100, high));
+    EXPECT_LT(low.size(), out.size());
+    EXPECT_LT(out.size(), high.size());
+    int w = 0, h = 0, sampling = -1, colorspace = 0;
+    tjhandle handle = tjInitDecompress();
+    ASSERT_EQ(tjDecompressHeader3(handle, out.data(), out.size(), &w, &h, &sampling, &colorspace),
+              0);
+    tjDestroy(handle);
+    EXPECT_EQ(w, width);
+    EXPECT_EQ(h, height);
+    EXPECT_EQ(sampling, TJSAMP_420);
+
+    // With nothing over the frame and the camera's own quality, the frame is what it was.
+    YCbCrOverlay none;
+    ASSERT_TRUE(none.Build(test::Solid(width, height, 0), test::Solid(width, height, 0xFFFFFF)));
+    std::vector<std::uint8_t> same;
+    ASSERT_TRUE(transcoder.Transcode(jpeg, none, 92, same));
+    DIB original, copied;
+    ASSERT_TRUE(DecodeJpegIntoDIB(jpeg, original));
+    ASSERT_TRUE(DecodeJpegIntoDIB(same, copied));
+    EXPECT_TRUE(test::SamePixels(original, copied));
+}
+
+TEST(JpegTranscoder, RefusesWhatItCannotTakeAndGoesOnAfterwards) {
+    const DIB camera = Picture(96, 64);
+    DIB over_black = test::Solid(96, 64, 0), over_white = test::Solid(96, 64, 0xFFFFFF);
+    DrawItems(over_black);
+    DrawItems(over_white);
+    YCbCrOverlay overlay;
+    ASSERT_TRUE(overlay.Build(over_black, over_white));
+    const std::vector<std::uint8_t> jpeg = Compress(camera, TJSAMP_420, 85);
+    JpegTranscoder transcoder;
+    std::vector<std::uint8_t> out{1, 2, 3};
+    const std::vector<std::uint8_t> truncated(jpeg.begin(), jpeg.begin() + jpeg.size() / 2);
+    std::vector<std::uint8_t> damaged = jpeg;
+    for (std::size_t i = damaged.size() / 2; i < damaged.size() / 2 + 40; ++i)
+        damaged[i] = 0xFF;
+    const std::vector<std::vector<std::uint8_t>> refused = {
+        {},
+        {0xFF, 0xD8, 0xFF},
+        std::vector<std::uint8_t>(5000, 0x55),
+        truncated,
+        damaged,
+        Compress(camera, TJSAMP_422, 85),
+        Compress(camera, TJSAMP_444, 85),
+        Compress(camera, TJSAMP_GRAY, 85),
+        Compress(Picture(96, 66), TJSAMP_420, 85),
+    };
+    for (std::size_t i = 0; i < refused.size(); ++i) {
+        SCOPED_TRACE(i);
+        EXPECT_FALSE(transcoder.Transcode(refused[i], overlay, 80, out));
+        EXPECT_TRUE(out.empty());
+        // Each failure leaves the codec ready for the next picture.
+        ASSERT_TRUE(transcoder.Transcode(jpeg, overlay, 80, out));
+        EXPECT_FALSE(out.empty());
+    }
+    EXPECT_FALSE(transcoder.Transcode(jpeg, YCbCrOverlay{}, 80, out));
+}
+
 } // namespace tess
