@@ -11,8 +11,6 @@
 
 namespace tess {
 
-struct YCbCrPlanes;
-
 // The description of one delivered frame, laid out as the feed reads it: `data` holds
 // `bytes_used` bytes of bottom-up rows padded to 4 bytes, of 3-byte BGR pixels or, from a
 // raw 16-bit device, 2-byte 5-5-5 pixels.
@@ -23,10 +21,9 @@ struct VideoHeader {
     std::uint32_t time_captured = 0; // milliseconds since the driver connected
     std::uint32_t flags = 0;
     // A 24-bit frame may come instead as the camera's JPEG, undecoded (`data` null,
-    // `bytes_used` the size of its BGR rows), and with it, if the driver decoded them, its
-    // YCbCr planes. The feed takes both over, leaving the driver the buffers it held before.
+    // `bytes_used` the size of its BGR rows). The feed takes it over, leaving the driver the
+    // buffer it held before.
     std::vector<std::uint8_t>* jpeg = nullptr;
-    YCbCrPlanes* planes = nullptr;
 };
 
 // The frame format as a bitmap header states it.

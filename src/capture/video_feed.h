@@ -140,7 +140,7 @@ public:
 
 private:
     bool CopyFrame(const VideoHeader& header, double bytes_per_pixel);
-    bool TakeJpeg(const VideoHeader& header);
+    void TakeJpeg(const VideoHeader& header);
     void AskForJpeg();
     void LogFrameInfo(const VideoHeader& header, double bytes_per_pixel) const;
     void CountFrame(double now);

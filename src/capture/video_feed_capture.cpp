@@ -215,29 +215,19 @@ const DIB& VideoFeed::DIB() const {
     if (!dib_pending_) return dib_;
     dib_pending_ = false;
     bitmap_made_ = true;
-    // The JPEG decoded straight to BGR: exactly the picture a bitmap frame would give. Planes
-    // that came with it stand in when it will not decode.
+    // The JPEG decoded straight to BGR: exactly the picture a bitmap frame would give.
     if (DecodeJpegIntoDIB(jpeg_, decoded_) && decoded_.Width() == width_ &&
         decoded_.Height() == height_)
         std::swap(dib_, decoded_);
-    else if (planes_ok_ && !planes_pending_)
-        PlanesToDIB(planes_, dib_);
     return dib_;
 }
 
-// A kept JPEG (and the planes a driver may have decoded from it) is taken over whole: the
-// driver gets the old buffers back. Its bitmap and planes wait until something asks.
-bool VideoFeed::TakeJpeg(const VideoHeader& header) {
-    const bool with_planes = header.planes && header.planes->width == width_ &&
-                             header.planes->height == height_ && header.planes->Whole();
-    if (header.planes && !with_planes) return false;
+// A kept JPEG is taken over whole (the driver gets the old buffer back); its bitmap and
+// planes wait until something asks.
+void VideoFeed::TakeJpeg(const VideoHeader& header) {
     std::swap(jpeg_, *header.jpeg);
-    if (with_planes) std::swap(planes_, *header.planes);
-    planes_ok_ = with_planes;
-    planes_pending_ = !with_planes;
     jpeg_current_ = true;
-    dib_pending_ = true;
-    return true;
+    dib_pending_ = planes_pending_ = true;
 }
 
 // Depths other than 24 and 16 bits are not converted: the picture and flags stay as they were.
@@ -248,7 +238,8 @@ bool VideoFeed::CopyFrame(const VideoHeader& header, double bytes_per_pixel) {
     const auto size = static_cast<std::size_t>(PaddedSize(width_, height_, 3));
     if (!dib_.HasBitmap() || header.bytes_used > size || dib_.BufferSize() > size) return false;
     if (header.jpeg) {
-        if (bytes_per_pixel != 3 || !TakeJpeg(header)) return false;
+        if (bytes_per_pixel != 3) return false;
+        TakeJpeg(header);
     } else if (bytes_per_pixel == 3) {
         std::memcpy(dib_.DIBPtr(), header.data, dib_.BufferSize());
     } else {

@@ -4,7 +4,6 @@
 // rule, frame counting and conversion. The FFmpeg backends are tested on real streams.
 
 #include "capture/capture_drivers.h"
-#include "imaging/ycbcr_planes.h"
 
 #include <array>
 #include <cstdint>
@@ -24,9 +23,8 @@ struct ScriptedCamera {
     bool has_frame = false;
     std::uint32_t buffer_length = 0; // 0: the frame's size
     // When set, the same frame as a JPEG: it is delivered undecoded while the feed wants it,
-    // as the MJPEG cameras do, with its YCbCr planes when `with_planes` is set.
+    // as the MJPEG cameras do.
     std::vector<std::uint8_t> jpeg;
-    bool with_planes = false;
     bool jpeg_wanted = false;
     int jpegs_delivered = 0;
 };
@@ -62,8 +60,6 @@ public:
         if (camera_.jpeg_wanted && !camera_.jpeg.empty()) {
             jpeg_ = camera_.jpeg;
             header.jpeg = &jpeg_;
-            if (camera_.with_planes && DecodeJpegToPlanes(camera_.jpeg, planes_))
-                header.planes = &planes_;
             ++camera_.jpegs_delivered;
         } else {
             header.data = camera_.frame.data();
@@ -76,7 +72,6 @@ public:
 
 private:
     ScriptedCamera& camera_;
-    YCbCrPlanes planes_;
     std::vector<std::uint8_t> jpeg_;
 };
 

@@ -36,6 +36,15 @@ Error Compare(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t
     return e;
 }
 
+// Each plane of `a` against the same plane of `b`.
+struct PlaneErrors {
+    Error y, cb, cr;
+};
+
+PlaneErrors Compare(const YCbCrPlanes& a, const YCbCrPlanes& b) {
+    return {Compare(a.y, b.y), Compare(a.cb, b.cb), Compare(a.cr, b.cr)};
+}
+
 std::vector<std::uint8_t> Channels(const DIB& dib) {
     std::vector<std::uint8_t> out;
     for (int y = 0; y < dib.Height(); ++y)
@@ -116,8 +125,7 @@ void DecodesLikeTheOrdinaryDecoder(int width, int height, int sampling) {
     ASSERT_TRUE(planes.Whole());
     // At full quality the planes are the picture's own, up to the codec's rounding
     // (measured: luma mean 0.06, max 2; chroma mean 0.17 to 0.32, max 2).
-    const Error y = Compare(planes.y, exact.y), cb = Compare(planes.cb, exact.cb),
-                cr = Compare(planes.cr, exact.cr);
+    const auto [y, cb, cr] = Compare(planes, exact);
     EXPECT_LT(y.mean, 0.1);
     EXPECT_LE(y.max, 2);
     EXPECT_LT(std::max(cb.mean, cr.mean), 0.4);
@@ -196,9 +204,10 @@ TEST(YCbCrPlanes, EncodedPlanesDecodeBackToThePicture) {
     ASSERT_TRUE(DecodeJpegToPlanes(jpeg, back)); // so 4:2:0
     // Measured: luma mean 0.45, chroma 0.89; the picture comes back as close as through
     // the ordinary encoder (3.80 against 3.77).
-    EXPECT_LT(Compare(back.y, planes.y).mean, 0.6);
-    EXPECT_LT(Compare(back.cb, planes.cb).mean, 1.2);
-    EXPECT_LT(Compare(back.cr, planes.cr).mean, 1.2);
+    const PlaneErrors round_trip = Compare(back, planes);
+    EXPECT_LT(round_trip.y.mean, 0.6);
+    EXPECT_LT(round_trip.cb.mean, 1.2);
+    EXPECT_LT(round_trip.cr.mean, 1.2);
     DIB decoded, ordinary;
     ASSERT_TRUE(DecodeJpegIntoDIB(jpeg, decoded));
     ASSERT_TRUE(DecodeJpegIntoDIB(EncodeJpeg(picture, 95), ordinary));
@@ -289,8 +298,7 @@ TEST(YCbCrOverlay, LaysItemsOverAFrameAsDrawingThemDoes) {
     const YCbCrPlanes frame = ExactPlanes(camera), expected = ExactPlanes(reference);
     YCbCrPlanes planes = frame;
     overlay.ApplyTo(planes);
-    const Error y = Compare(planes.y, expected.y), cb = Compare(planes.cb, expected.cb),
-                cr = Compare(planes.cr, expected.cr);
+    const auto [y, cb, cr] = Compare(planes, expected);
     // Measured: luma mean 0.017, max 1 (the merges' own rounding); chroma mean 0.024, max 4
     // where a 2 x 2 block straddles an item's edge and its share of the frame varies.
     EXPECT_LT(y.mean, 0.05);
@@ -391,13 +399,10 @@ TEST(JpegTranscoder, KeepsTheFramesBlocksAndRedoesThoseUnderTheItems) {
     YCbCrPlanes transcoded, through_planes;
     ASSERT_TRUE(DecodeJpegToPlanes(out, transcoded));
     ASSERT_TRUE(DecodeJpegToPlanes(EncodeJpegPlanes(planes, 80), through_planes));
-    const Error luma = Compare(transcoded.y, planes.y),
-                luma_before = Compare(through_planes.y, planes.y);
-    const Error blue = Compare(transcoded.cb, planes.cb),
-                blue_before = Compare(through_planes.cb, planes.cb);
-    EXPECT_LT(luma.mean, luma_before.mean * 1.1);
-    EXPECT_LE(luma.max, luma_before.max + 4);
-    EXPECT_LT(blue.mean, blue_before.mean * 1.1);
+    const PlaneErrors now = Compare(transcoded, planes), then = Compare(through_planes, planes);
+    EXPECT_LT(now.y.mean, then.y.mean * 1.1);
+    EXPECT_LE(now.y.max, then.y.max + 4);
+    EXPECT_LT(now.cb.mean, then.cb.mean * 1.1);
     DIB shown, before;
     ASSERT_TRUE(PlanesToDIB(transcoded, shown));
     ASSERT_TRUE(PlanesToDIB(through_planes, before));
